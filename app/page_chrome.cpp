@@ -1,0 +1,121 @@
+#include "page_chrome.h"
+
+#include "help.h"
+#include "language.h"
+#include "resource.h"
+#include "scaling.h"
+#include "shell_values.h"
+#include "system_font.h"
+
+namespace {
+
+constexpr COLORREF titleColor = RGB(0, 0, 156);
+constexpr int scrolledAway = 15;   // from this scroll position on the header is out of sight
+
+bool headerIsVisible(HWND page)
+{
+    SCROLLINFO scroll = {};
+    scroll.cbSize = sizeof scroll;
+    scroll.fMask = SIF_POS | SIF_TRACKPOS;
+    GetScrollInfo(page, SB_VERT, &scroll);
+    return scroll.nPos < scrolledAway && scroll.nTrackPos < scrolledAway;
+}
+
+// -trunc(trunc(dpi * 9.5) / 72), in whole numbers.
+int titleFontHeight()
+{
+    return -(verticalResolution() * 19 / 2 / 72);
+}
+
+void drawTitle(HDC dc, const RECT &client, const wchar_t *title)
+{
+    RECT area = client;
+    area.left = scaleX(3);
+    area.top += scaleY(3);
+    SetTextColor(dc, titleColor);
+    SetBkMode(dc, TRANSPARENT);
+    DrawTextW(dc, title, -1, &area, DT_SINGLELINE);
+}
+
+void drawRule(HDC dc, const RECT &client)
+{
+    const int y = client.top + scaleY(18);
+    const POINT line[] = {{0, y}, {client.right, y}};
+    Polyline(dc, line, 2);
+}
+
+void paintPage(const PageChrome &chrome, HWND page)
+{
+    PAINTSTRUCT paint;
+    const HDC dc = BeginPaint(page, &paint);
+    paintPageHeader(page, dc, getLanguageText(chrome.titleTextId, nullptr));
+    EndPaint(page, &paint);
+}
+
+// A static control would take the large image of the icon; the header has room for one of its own height.
+void loadHelpIcon(HWND page)
+{
+    const int size = scaleX(16);
+    const HANDLE icon = LoadImageW(appInstance, MAKEINTRESOURCEW(IDI_HELP), IMAGE_ICON, size, size, 0);
+    SendDlgItemMessageW(page, IDC_HELP_ICON, STM_SETICON, reinterpret_cast<WPARAM>(icon), 0);
+}
+
+void destroyHelpIcon(HWND page)
+{
+    DestroyIcon(reinterpret_cast<HICON>(SendDlgItemMessageW(page, IDC_HELP_ICON, STM_SETICON, 0, 0)));
+}
+
+INT_PTR fillBackground(WPARAM wParam)
+{
+    SetBkMode(reinterpret_cast<HDC>(wParam), TRANSPARENT);
+    return reinterpret_cast<INT_PTR>(backgroundBrush);
+}
+
+} // namespace
+
+void paintPageHeader(HWND page, HDC dc, const wchar_t *title)
+{
+    if (!headerIsVisible(page))
+        return;
+    const HPEN pen = CreatePen(PS_SOLID, scaleX(1), RGB(0, 0, 0));
+    const HFONT font = createSystemFont(titleFontHeight(), FW_SEMIBOLD, false);
+    const HGDIOBJ oldPen = SelectObject(dc, pen);
+    const HGDIOBJ oldFont = SelectObject(dc, font);
+    RECT client;
+    GetClientRect(page, &client);
+    drawTitle(dc, client, title);
+    drawRule(dc, client);
+    SelectObject(dc, oldFont);
+    SelectObject(dc, oldPen);
+    DeleteObject(font);
+    DeleteObject(pen);
+}
+
+INT_PTR pageChromeMessage(const PageChrome &chrome, HWND page, UINT message, WPARAM wParam, LPARAM)
+{
+    switch (message) {
+    case WM_INITDIALOG:
+        loadHelpIcon(page);
+        return TRUE;
+    case WM_DESTROY:
+        destroyHelpIcon(page);
+        return FALSE;
+    case WM_PAINT:
+        paintPage(chrome, page);
+        return TRUE;
+    case WM_COMMAND:
+        if (LOWORD(wParam) != IDC_HELP_ICON)
+            return FALSE;
+        PostMessageW(page, WM_HELP, 0, 0);
+        return TRUE;
+    case WM_HELP:
+        openHelp(chrome.helpAnchor);
+        return TRUE;
+    case WM_CTLCOLORDLG:
+    case WM_CTLCOLORSTATIC:
+    case WM_CTLCOLOREDIT:
+    case WM_CTLCOLORBTN:   // what a phone's check boxes ask
+        return fillBackground(wParam);
+    }
+    return FALSE;
+}

@@ -1,0 +1,113 @@
+#include "language.h"
+
+#include "default_texts.h"
+#include "environment.h"
+#include "text.h"
+#include "user_settings.h"
+
+namespace {
+
+// Translators name their files by these codes; lang - 1 is the index.
+constexpr const wchar_t *languageCodes[] = {L"DE", L"IT", L"FR", L"CZ", L"HB", L"RU", L"SP", L"PT",  L"SW",
+                                            L"NO", L"HL", L"DN", L"PL", L"GR", L"HU", L"CHS", L"CHT", L"JP"};
+
+// An entry, from its line feed up to its carriage return, must be shorter than this many bytes.
+constexpr size_t entryLimit = 520;
+constexpr size_t longestText = 259;
+
+// No language file comes near this; a larger one could not be held in a phone's memory anyway.
+constexpr DWORD fileSizeLimit = 0x10000000;
+
+// The last text taken from a file.
+wchar_t translation[translationCapacity];
+
+// Null when the index stands for no file.
+const wchar_t *languageCode(int lang)
+{
+    if (lang < 1 || lang > static_cast<int>(countOf(languageCodes)))
+        return nullptr;
+    return languageCodes[lang - 1];
+}
+
+HANDLE openLanguageFile()
+{
+    const wchar_t *code = languageCode(static_cast<int>(userSettings.lang));
+    if (!appPath || !code)
+        return INVALID_HANDLE_VALUE;
+    wchar_t path[MAX_PATH];
+    formatText(path, L"%s\\kvl_%s.txt", appPath, code);
+    return CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+// The whole file as characters, terminated, also when its size is odd. Null when there is no memory or no size; the
+// caller frees it.
+wchar_t *readWholeFile(HANDLE file)
+{
+    const DWORD size = GetFileSize(file, nullptr);
+    if (size > fileSizeLimit)   // also INVALID_FILE_SIZE
+        return nullptr;
+    const size_t blockSize = (static_cast<size_t>(size) / sizeof(wchar_t) + 2) * sizeof(wchar_t);
+    wchar_t *content = static_cast<wchar_t *>(malloc(blockSize));
+    if (!content)
+        return nullptr;
+    memset(content, 0, blockSize);
+    DWORD bytesRead;
+    ReadFile(file, content, size, &bytesRead, nullptr);
+    return content;
+}
+
+// An entry is known by the line feed in front of it, so the first line of a file never is one.
+void copyEntry(const wchar_t *content, int id, wchar_t (&buffer)[translationCapacity])
+{
+    wchar_t key[20];
+    formatText(key, L"\n%d=", id);
+    const wchar_t *entry = wcsstr(content, key);
+    if (!entry)
+        return;
+    const wchar_t *end = wcschr(entry + 2, L'\r');   // past the line feed and the first digit
+    if (!end || (end - entry) * sizeof(wchar_t) >= entryLimit)
+        return;
+    const wchar_t *text = entry + wcslen(key);
+    const size_t length = end - text;
+    const size_t copied = length < longestText ? length : longestText;
+    memcpy(buffer, text, copied * sizeof(wchar_t));
+    buffer[copied] = 0;
+}
+
+const wchar_t *deliver(const wchar_t *text, HWND control)
+{
+    if (!control)
+        return text;
+    SendMessageW(control, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text));
+    return nullptr;
+}
+
+} // namespace
+
+const wchar_t *getLanguageText(int id, HWND control)
+{
+    if (id < 0 || id > textCount)
+        return emptyText;
+    memset(translation, 0, sizeof translation);
+    if (static_cast<int>(userSettings.lang) > 0)
+        readLanguageFile(translation, id);
+    if (translation[0])
+        return deliver(translation, control);
+    // One past the last row passes the range test above; it is an empty text as well.
+    return deliver(id < textCount ? defaultTexts[id] : emptyText, control);
+}
+
+// Opens, reads and frees the file at every call, without a cache: a translator can replace it while the program runs
+// and see the new texts on the next page.
+void readLanguageFile(wchar_t (&buffer)[translationCapacity], int id)
+{
+    buffer[0] = 0;
+    const HANDLE file = openLanguageFile();
+    if (file == INVALID_HANDLE_VALUE)
+        return;
+    if (wchar_t *content = readWholeFile(file)) {
+        copyEntry(content, id, buffer);
+        free(content);
+    }
+    CloseHandle(file);
+}

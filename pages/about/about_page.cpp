@@ -1,0 +1,17 @@
+#include "about_page.h"
+
+#include "page_chrome.h"
+#include "sheet_notification.h"
+
+namespace {
+
+constexpr PageChrome chrome = {5, L"options-user"};
+
+} // namespace
+
+INT_PTR CALLBACK AboutPageProc(HWND page, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (message == WM_NOTIFY)
+        return endOnSheetNotification(lParam);
+    return pageChromeMessage(chrome, page, message, wParam, lParam);
+}

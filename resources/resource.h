@@ -1,0 +1,58 @@
+// Identifiers of resources and controls, grouped by dialog. Plain macros: the resource compiler reads this too.
+#pragma once
+
+// ---- Icons (the lowest number is the program's icon) ----
+#define IDI_PROGRAM 102
+#define IDI_HELP 103
+
+// ---- Dialogs ----
+#define IDD_OPTIONS 500
+#define IDD_DISPLAY_PAGE 109
+#define IDD_DISPLAY_PAGE_LANDSCAPE 195
+#define IDD_ALARMS_PAGE 113
+#define IDD_LIST_PAGE 154   // of the Advanced and the Profiles page
+#define IDD_ADDON_PAGE 122
+#define IDD_ABOUT_PAGE 120
+#define IDD_ABOUT_PAGE_LANDSCAPE 194
+
+// ---- Any dialog ----
+#define IDC_STATIC -1   // a control that is never addressed
+
+// ---- Any page ----
+#define IDC_HELP_ICON 1140
+
+// ---- Alarms page ----
+#define IDC_REPEAT_GROUP 1077
+#define IDC_TONE_COUNT 1075
+#define IDC_EVERY_TEXT 1078
+#define IDC_INTERVAL 1072
+#define IDC_REPEAT_TEXT 1261
+#define IDC_REPETITIONS 1074
+#define IDC_BATTERY_TEXT 1179
+#define IDC_BATTERY 1181
+#define IDC_VIBRATE_IF_MUTED 1177
+#define IDC_VIBRATE_WITH_SOUND 1180
+#define IDC_NO_BACKLIGHT 1294
+
+// ---- List pages: the list, and the controls that edit its current row (1072, 1074 and 1261 as above) ----
+#define IDC_MAIN_LIST 1266
+#define IDC_CHOICE 1289
+#define IDC_PLAY 1290
+#define IDC_PROGRAM 1291
+#define IDC_TRACKBAR 1292
+#define IDC_ALARM_SOUND 1293
+#define IDC_SPARE_COMBO 1294    // only ever hidden
+#define IDC_SWITCH 1295
+#define IDC_RING_TONE 1297
+#define IDC_SPARE_COMBO2 1310   // only ever hidden
+#define IDC_BROWSE 1325
+#define IDC_LED 1326
+#define IDC_POPUP 1327
+#define IDC_VIBRATE 1328
+#define IDC_SIM_CODE 1355
+
+// ---- Find File dialog ----
+#define IDC_FILE_LIST 1319
+
+// ---- Option file editor ----
+#define IDC_OPTION_TEXT 1097

@@ -1,0 +1,50 @@
+# shellcheck shell=bash
+# Sourced by kv and run-wine: where Wine is, and the Wine prefix that belongs to this tree alone.
+
+tree=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build_folder=$tree/build
+simulator_folder=$build_folder/simulator
+
+# Debian's package wine64 puts no wine64 on the PATH.
+wine=/usr/lib/wine/wine64
+wine_server=/usr/lib/wine/wineserver64
+wine_fonts=/usr/share/wine/fonts
+
+export WINEPREFIX=$build_folder/wine
+export WINEDEBUG=${WINEDEBUG:--all}
+# A crash has to end the program, not open a debugger; .NET and HTML are not part of a phone; and nothing of this belongs
+# into the menus of the desktop it runs on.
+export WINEDLLOVERRIDES="winedbg.exe,winemenubuilder.exe=d;mscoree,mshtml="
+
+fail() {
+    echo "kv: $*" >&2
+    exit 1
+}
+
+# Answers whether the prefix was made to its end. One that was not is made anew.
+prefix_is_ready() {
+    [[ -e $WINEPREFIX/.ready ]]
+}
+
+create_prefix() {
+    echo "kv: making the Wine prefix $WINEPREFIX" >&2
+    rm -rf "$WINEPREFIX"
+    mkdir -p "$WINEPREFIX"
+    env -u DISPLAY "$wine" wineboot -i </dev/null >/dev/null 2>&1 || fail "Wine could not make its prefix $WINEPREFIX"
+    "$wine_server" -w
+    # The phone's system font is Tahoma, and its metrics decide the size of every dialog.
+    cp "$wine_fonts/tahoma.ttf" "$wine_fonts/tahomabd.ttf" "$WINEPREFIX/drive_c/windows/Fonts/"
+    touch "$WINEPREFIX/.ready"
+}
+
+# Tests start side by side: the first one makes the prefix, the others wait for it.
+ensure_prefix() {
+    prefix_is_ready && return
+    mkdir -p "$build_folder"
+    (
+        flock 9
+        # Wine's server outlives this shell and must not take the lock with it.
+        prefix_is_ready || create_prefix 9>&-
+    ) 9>"$build_folder/wine.lock"
+    prefix_is_ready || fail "there is no Wine prefix in $WINEPREFIX"
+}
