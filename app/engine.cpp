@@ -56,7 +56,7 @@ LPARAM changeCode()
     return mailSettingsChanged ? 1 : 0;
 }
 
-} // namespace
+}   // namespace
 
 HWND findEngineWindow(const wchar_t *className)
 {

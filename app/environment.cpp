@@ -33,9 +33,9 @@ constexpr wchar_t installDirValue[] = L"InstallDir";
 constexpr wchar_t germanInstallDir[] = L"\\Programme\\Kelvane";
 constexpr wchar_t englishInstallDir[] = L"\\Program Files\\Kelvane";
 
-constexpr size_t pathCapacity = 260;     // 520 bytes, the most that is read of a stored path
+constexpr size_t pathCapacity = 260;   // 520 bytes, the most that is read of a stored path
 constexpr size_t shortestInstallDir = 10;
-constexpr size_t oemCapacity = 2048;     // the system is told 2048, which it may take as bytes or as characters
+constexpr size_t oemCapacity = 2048;   // the system is told 2048, which it may take as bytes or as characters
 
 void readInstallDir(HKEY root, const wchar_t *path, wchar_t (&folder)[pathCapacity])
 {
@@ -134,11 +134,11 @@ void repairNotificationLed()
 
 void logDeviceType(const wchar_t *oem)
 {
-    writeLogFormatted("getDeviceType: Ver:%S, %S, %s, x:%d, y:%d", programVersion, oem,
-                      isOsVersion5 ? "WM5" : "WM2003", GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN));
+    writeLogFormatted("getDeviceType: Ver:%S, %S, %s, x:%d, y:%d", programVersion, oem, isOsVersion5 ? "WM5" : "WM2003",
+                      GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN));
 }
 
-} // namespace
+}   // namespace
 
 bool pathExists(const wchar_t *path)
 {

@@ -9,7 +9,7 @@ extern wchar_t *appPath;
 // 0 or 1; all 0 until getDeviceType has run.
 extern DWORD isOsVersion3;
 extern DWORD isOsVersion4;
-extern DWORD isOsVersion5;         // 5 or later
+extern DWORD isOsVersion5;   // 5 or later
 extern DWORD isTreo;
 extern DWORD isI730;
 extern DWORD isP525;
@@ -18,7 +18,7 @@ extern DWORD isTexasInstruments;
 extern DWORD isTreo750;
 extern DWORD isOtherTreo;
 extern DWORD needsKeyWorkaround;
-extern DWORD isLandscape;          // also on a square screen
+extern DWORD isLandscape;   // also on a square screen
 extern DWORD hasSynchrologic;
 
 // Finds the install directory (once; again while it does not contain "\Kelvane"). Returns appPath, null when memory ran

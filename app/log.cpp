@@ -85,7 +85,7 @@ bool isWanted(const char *text)
     return (userSettings.loggingOption & 0xFF) != 0 || text[0] == '*';
 }
 
-} // namespace
+}   // namespace
 
 void writeLog(const char *text)
 {

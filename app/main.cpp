@@ -40,7 +40,7 @@ int runMessageLoop()
     return static_cast<int>(message.wParam);
 }
 
-} // namespace
+}   // namespace
 
 ATOM MyRegisterClass(HINSTANCE instance, const wchar_t *className)
 {

@@ -67,9 +67,9 @@ void fitToDesktop(HWND control, int offset, const RECT &desktop, bool sipOn)
 
 // ---- Drop-down lists ----------------------------------------------------------------------------------------------
 
-constexpr int editorControls[] = {IDC_CHOICE,      IDC_PLAY,         IDC_PROGRAM,    IDC_TRACKBAR,    IDC_ALARM_SOUND,
-                                  IDC_SPARE_COMBO, IDC_RING_TONE,    IDC_LED,        IDC_POPUP,       IDC_VIBRATE,
-                                  IDC_SWITCH,      IDC_SPARE_COMBO2, IDC_BROWSE,     IDC_SIM_CODE,    IDC_INTERVAL,
+constexpr int editorControls[] = {IDC_CHOICE,      IDC_PLAY,         IDC_PROGRAM, IDC_TRACKBAR, IDC_ALARM_SOUND,
+                                  IDC_SPARE_COMBO, IDC_RING_TONE,    IDC_LED,     IDC_POPUP,    IDC_VIBRATE,
+                                  IDC_SWITCH,      IDC_SPARE_COMBO2, IDC_BROWSE,  IDC_SIM_CODE, IDC_INTERVAL,
                                   IDC_REPEAT_TEXT, IDC_REPETITIONS};
 
 constexpr int dropDownLists[] = {IDC_ALARM_SOUND, IDC_RING_TONE, IDC_CHOICE, IDC_INTERVAL, IDC_REPETITIONS};
@@ -163,7 +163,7 @@ void arrowUp(HWND list)
         moveTo(list, row - 1);
 }
 
-} // namespace
+}   // namespace
 
 int layoutMainList(HWND page, WPARAM settingChange, int initial)
 {
@@ -195,8 +195,8 @@ INT_PTR listCustomDraw(HWND dialog, NMLVCUSTOMDRAW *drawInfo, bool highlight)
 void attachMainListKeys(HWND page)
 {
     const HWND list = GetDlgItem(page, IDC_MAIN_LIST);
-    listProcedure = reinterpret_cast<WNDPROC>(
-        SetWindowLongPtrW(list, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(mainListKeyProc)));
+    listProcedure =
+        reinterpret_cast<WNDPROC>(SetWindowLongPtrW(list, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(mainListKeyProc)));
 }
 
 void detachMainListKeys(HWND page)

@@ -206,7 +206,7 @@ bool endByCommand(HWND dialog, WPARAM wParam)
     return true;
 }
 
-} // namespace
+}   // namespace
 
 INT_PTR CALLBACK OptionsDialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam)
 {

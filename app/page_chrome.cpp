@@ -27,20 +27,16 @@ int titleFontHeight()
     return -(verticalResolution() * 19 / 2 / 72);
 }
 
-void drawTitle(HDC dc, const RECT &client, const wchar_t *title)
+void drawTitle(HDC dc, RECT area, const wchar_t *title)
 {
-    RECT area = client;
-    area.left = scaleX(3);
-    area.top += scaleY(3);
     SetTextColor(dc, titleColor);
     SetBkMode(dc, TRANSPARENT);
     DrawTextW(dc, title, -1, &area, DT_SINGLELINE);
 }
 
-void drawRule(HDC dc, const RECT &client)
+void drawRule(HDC dc, int y, int right)
 {
-    const int y = client.top + scaleY(18);
-    const POINT line[] = {{0, y}, {client.right, y}};
+    const POINT line[] = {{0, y}, {right, y}};
     Polyline(dc, line, 2);
 }
 
@@ -71,7 +67,7 @@ INT_PTR fillBackground(WPARAM wParam)
     return reinterpret_cast<INT_PTR>(backgroundBrush);
 }
 
-} // namespace
+}   // namespace
 
 void paintPageHeader(HWND page, HDC dc, const wchar_t *title)
 {
@@ -81,10 +77,12 @@ void paintPageHeader(HWND page, HDC dc, const wchar_t *title)
     const HFONT font = createSystemFont(titleFontHeight(), FW_SEMIBOLD, false);
     const HGDIOBJ oldPen = SelectObject(dc, pen);
     const HGDIOBJ oldFont = SelectObject(dc, font);
-    RECT client;
-    GetClientRect(page, &client);
-    drawTitle(dc, client, title);
-    drawRule(dc, client);
+    RECT area;
+    GetClientRect(page, &area);
+    area.left = scaleX(3);
+    area.top += scaleY(3);
+    drawTitle(dc, area, title);
+    drawRule(dc, area.top + scaleY(18), area.right);
     SelectObject(dc, oldFont);
     SelectObject(dc, oldPen);
     DeleteObject(font);

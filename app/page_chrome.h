@@ -5,8 +5,8 @@
 
 // How a page differs from the others in its chrome.
 struct PageChrome {
-    int titleTextId;               // text of the header
-    const wchar_t *helpAnchor;     // anchor in Kelvane.htm
+    int titleTextId;             // text of the header
+    const wchar_t *helpAnchor;   // anchor in Kelvane.htm
 };
 
 // Answers the messages every page treats alike: loading the help icon, painting the header, a click on the help icon

@@ -10,7 +10,8 @@ LONG RegistryKey::create(HKEY root, const wchar_t *path)
 {
     close();
     DWORD disposition;
-    return RegCreateKeyExW(root, path, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &key, &disposition);
+    return RegCreateKeyExW(root, path, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &key,
+                           &disposition);
 }
 
 LONG RegistryKey::flush()

@@ -34,8 +34,8 @@ bool readNumber(const RegistryKey &key, const wchar_t *name, DWORD &value);
 // no room for that within limit bytes, its last character goes.
 bool readTextInto(const RegistryKey &key, const wchar_t *name, DWORD limit, wchar_t *to, size_t capacity);
 
-template <size_t capacity>
-bool readText(const RegistryKey &key, const wchar_t *name, wchar_t (&to)[capacity], DWORD limit = capacity * sizeof(wchar_t))
+template <size_t capacity> bool readText(const RegistryKey &key, const wchar_t *name, wchar_t (&to)[capacity],
+                                         DWORD limit = capacity * sizeof(wchar_t))
 {
     return readTextInto(key, name, limit, to, capacity);
 }

@@ -29,7 +29,7 @@ int scale(int n, int dotsPerInch)
     return (n * dotsPerInch + 48) / 96;
 }
 
-} // namespace
+}   // namespace
 
 int horizontalResolution()
 {

@@ -5,5 +5,5 @@
 
 // On apply, calls the page's store function (unless an import has just replaced the settings) and ends the Options
 // dialog; on reset, ends it without storing. Returns TRUE for these two, else FALSE. A page without anything to store
-// passes null.
-INT_PTR endOnSheetNotification(LPARAM lParam, HWND page = nullptr, void (*store)(HWND page) = nullptr);
+// passes no function.
+INT_PTR endOnSheetNotification(HWND page, LPARAM lParam, void (*store)(HWND page) = nullptr);

@@ -1,5 +1,6 @@
 #include "window_search.h"
 
+#include "memory.h"
 #include "text.h"
 
 namespace {
@@ -37,12 +38,18 @@ BOOL CALLBACK compareWindow(HWND window, LPARAM parameter)
     return FALSE;
 }
 
-} // namespace
+}   // namespace
 
 HWND findWindowByClassAndTitle(const wchar_t *className, const wchar_t *title)
 {
-    WindowSearch search = {copyOrNull(title), copyOrNull(className), nullptr};
-    EnumWindows(compareWindow, reinterpret_cast<LPARAM>(&search));
+    WindowSearch search = {};
+    try {
+        search.title = copyOrNull(title);
+        search.className = copyOrNull(className);
+        EnumWindows(compareWindow, reinterpret_cast<LPARAM>(&search));
+    } catch (const OutOfMemory &) {
+        search.found = nullptr;   // without a search nothing is found
+    }
     freeText(search.title);
     freeText(search.className);
     return search.found;

@@ -14,4 +14,4 @@ void __verbose_terminate_handler()
 {
     TerminateProcess(reinterpret_cast<HANDLE>(-1), 3);
 }
-} // namespace __gnu_cxx
+}   // namespace __gnu_cxx

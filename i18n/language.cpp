@@ -8,7 +8,7 @@
 namespace {
 
 // Translators name their files by these codes; lang - 1 is the index.
-constexpr const wchar_t *languageCodes[] = {L"DE", L"IT", L"FR", L"CZ", L"HB", L"RU", L"SP", L"PT",  L"SW",
+constexpr const wchar_t *languageCodes[] = {L"DE", L"IT", L"FR", L"CZ", L"HB", L"RU", L"SP",  L"PT",  L"SW",
                                             L"NO", L"HL", L"DN", L"PL", L"GR", L"HU", L"CHS", L"CHT", L"JP"};
 
 // An entry, from its line feed up to its carriage return, must be shorter than this many bytes.
@@ -82,7 +82,7 @@ const wchar_t *deliver(const wchar_t *text, HWND control)
     return nullptr;
 }
 
-} // namespace
+}   // namespace
 
 const wchar_t *getLanguageText(int id, HWND control)
 {

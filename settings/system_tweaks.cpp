@@ -82,7 +82,7 @@ LONG setMuteBits()
     return key.close();
 }
 
-} // namespace
+}   // namespace
 
 LONG applySystemTweaks()
 {

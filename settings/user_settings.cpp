@@ -47,17 +47,19 @@ void nameUnnamedProfiles()
         setDefaultProfileNames();
 }
 
-} // namespace
+}   // namespace
 
 // ---- The table ----------------------------------------------------------------------------------------------------
 
-#define VALUE(name, kind, field, limit, capacity, saved, then) \
-    {L"" name, SettingKind::kind, offsetof(UserSettings, field), limit, capacity, saved, then}
+#define VALUE(name, kind, field, limit, capacity, saved, then)                                                         \
+    {                                                                                                                  \
+        L"" name, SettingKind::kind, offsetof(UserSettings, field), limit, capacity, saved, then                       \
+    }
 #define NUMBER(field) VALUE(#field, number, field, sizeof(DWORD), 0, true, nullptr)
 #define NUMBER_THEN(field, then) VALUE(#field, number, field, sizeof(DWORD), 0, true, then)
 #define NUMBER_READ_ONLY(field) VALUE(#field, number, field, sizeof(DWORD), 0, false, nullptr)
 #define FIXED_TEXT(field, characters) VALUE(#field, text, field, bytesOf(characters), characters, true, nullptr)
-#define PROFILE_NAME(number, then) \
+#define PROFILE_NAME(number, then)                                                                                     \
     VALUE("profile" #number, text, profileNames[number - 1], 80, profileNameCapacity, true, then)
 #define HEAP_TEXT(field, kind, bytes, saved) VALUE(#field, kind, field, bytes, 0, saved, nullptr)
 
@@ -266,7 +268,7 @@ LONG storeUserSettings()
     return key.close();   // not flushed: the billing record, saved right after, decides on that
 }
 
-} // namespace
+}   // namespace
 
 LONG getUserSettings()
 {

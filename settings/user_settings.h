@@ -31,13 +31,13 @@ struct UserSettings {
     DWORD AutoScrollSize;
     DWORD scrollSize;
 
-    DWORD lang;                      // language index, 0 is English; taken as signed by the translation
+    DWORD lang;   // language index, 0 is English; taken as signed by the translation
     DWORD SMS;
     DWORD MMS;
     DWORD Email;
     DWORD emailClient;
-    DWORD emailAccounts;             // non-zero: emailCustomAccounts is read and written
-    wchar_t *emailCustomAccounts;    // heap text or null
+    DWORD emailAccounts;            // non-zero: emailCustomAccounts is read and written
+    wchar_t *emailCustomAccounts;   // heap text or null
     DWORD emailCustomAlarms;
     DWORD emailDefaultFolder;
     DWORD missedCalls;
@@ -46,12 +46,12 @@ struct UserSettings {
     DWORD voiceMailPrompt;
     DWORD voiceMailPhoneApp;
 
-    DWORD soundRepeat;               // repetitions, 9999 is endless
-    DWORD soundRepeatOff;            // list position of soundRepeat
+    DWORD soundRepeat;      // repetitions, 9999 is endless
+    DWORD soundRepeatOff;   // list position of soundRepeat
     DWORD soundRepeatTone;
-    DWORD soundDelay;                // seconds
-    DWORD soundDelayOff;             // list position of soundDelay
-    DWORD batteryLife;               // percent
+    DWORD soundDelay;      // seconds
+    DWORD soundDelayOff;   // list position of soundDelay
+    DWORD batteryLife;     // percent
     DWORD batteryAlarm;
     DWORD lowBatteryOff;
     DWORD lowBatteryLevel;
@@ -63,7 +63,7 @@ struct UserSettings {
     DWORD shutdownDelay = 45;
     DWORD startupDelay;
 
-    DWORD activeProfiles;            // bit 1 << n for profile n; profile 0 is always in use and has no bit
+    DWORD activeProfiles;   // bit 1 << n for profile n; profile 0 is always in use and has no bit
     wchar_t profileNames[profileCount][profileNameCapacity];   // profile1 .. profile7
 
     DWORD noBacklight;
@@ -75,17 +75,17 @@ struct UserSettings {
     DWORD systemVibrate;
     DWORD defaultSIP;
     DWORD skinsInStorage;
-    DWORD quietMode;                 // the engine's; read only
+    DWORD quietMode;   // the engine's; read only
     DWORD noBroker;
-    DWORD loggingOption;             // bits of log.h
-    DWORD alarmState;                // the engine's; read only
-    DWORD activeSyncProfile;         // -1 is none
-    DWORD ACPowerProfile;            // -1 is none
+    DWORD loggingOption;       // bits of log.h
+    DWORD alarmState;          // the engine's; read only
+    DWORD activeSyncProfile;   // -1 is none
+    DWORD ACPowerProfile;      // -1 is none
     DWORD outlookCheck;
     DWORD profAsText;
     DWORD sysVoiceAlert;
-    wchar_t *sysPhoneName;           // heap text; read once per process, never written
-    wchar_t *voicemail2;             // heap text
+    wchar_t *sysPhoneName;   // heap text; read once per process, never written
+    wchar_t *voicemail2;     // heap text
 
     // Derived when loading, not stored.
     DWORD textColor;
@@ -107,11 +107,11 @@ enum class SettingKind {
 struct UserSettingRow {
     const wchar_t *name;
     SettingKind kind;
-    size_t offset;        // of the field in UserSettings
-    DWORD limit;          // bytes read at most, the terminator of a text included
-    size_t capacity;      // characters the field holds; of fixed texts only
+    size_t offset;     // of the field in UserSettings
+    DWORD limit;       // bytes read at most, the terminator of a text included
+    size_t capacity;   // characters the field holds; of fixed texts only
     bool saved;
-    void (*afterLoad)();  // what reading this value entails; may be null
+    void (*afterLoad)();   // what reading this value entails; may be null
 };
 
 constexpr size_t userSettingCount = 71;

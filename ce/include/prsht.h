@@ -33,3 +33,5 @@ constexpr UINT PSN_SETACTIVE = static_cast<UINT>(-200);
 constexpr UINT PSN_KILLACTIVE = static_cast<UINT>(-201);
 constexpr UINT PSN_APPLY = static_cast<UINT>(-202);
 constexpr UINT PSN_RESET = static_cast<UINT>(-203);
+
+constexpr LONG_PTR PSNRET_NOERROR = 0;

@@ -7,11 +7,11 @@ namespace {
 
 constexpr PageChrome chrome = {5, L"options-user"};
 
-} // namespace
+}   // namespace
 
 INT_PTR CALLBACK AboutPageProc(HWND page, UINT message, WPARAM wParam, LPARAM lParam)
 {
     if (message == WM_NOTIFY)
-        return endOnSheetNotification(lParam);
+        return endOnSheetNotification(page, lParam);
     return pageChromeMessage(chrome, page, message, wParam, lParam);
 }

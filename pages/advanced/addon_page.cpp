@@ -7,11 +7,11 @@ namespace {
 
 constexpr PageChrome chrome = {260, L"options-addon"};
 
-} // namespace
+}   // namespace
 
 INT_PTR CALLBACK AddonPageProc(HWND page, UINT message, WPARAM wParam, LPARAM lParam)
 {
     if (message == WM_NOTIFY)
-        return endOnSheetNotification(lParam);
+        return endOnSheetNotification(page, lParam);
     return pageChromeMessage(chrome, page, message, wParam, lParam);
 }

@@ -12,7 +12,7 @@ namespace {
 constexpr PageChrome chrome = {4, L"options-alarm"};
 
 constexpr ControlText labels[] = {
-    {IDC_REPEAT_GROUP, 27},     {IDC_BATTERY_TEXT, 31},       {IDC_EVERY_TEXT, 39},   {IDC_REPEAT_TEXT, 40},
+    {IDC_REPEAT_GROUP, 27},     {IDC_BATTERY_TEXT, 31},       {IDC_EVERY_TEXT, 39},    {IDC_REPEAT_TEXT, 40},
     {IDC_VIBRATE_IF_MUTED, 41}, {IDC_VIBRATE_WITH_SOUND, 44}, {IDC_NO_BACKLIGHT, 155},
 };
 
@@ -40,9 +40,10 @@ constexpr int secondsText = 11;
 constexpr int minutesText = 10;
 
 constexpr Interval intervals[] = {
-    {L"20 %s", secondsText, 20},  {L"30 %s", secondsText, 30},  {L" 1 %s", minutesText, 60},  {L" 2 %s", minutesText, 120},
-    {L" 3 %s", minutesText, 180}, {L" 4 %s", minutesText, 240}, {L" 5 %s", minutesText, 300}, {L"10 %s", minutesText, 600},
-    {L"15 %s", minutesText, 900}, {L"30 %s", minutesText, 1800},
+    {L"20 %s", secondsText, 20},   {L"30 %s", secondsText, 30},  {L" 1 %s", minutesText, 60},
+    {L" 2 %s", minutesText, 120},  {L" 3 %s", minutesText, 180}, {L" 4 %s", minutesText, 240},
+    {L" 5 %s", minutesText, 300},  {L"10 %s", minutesText, 600}, {L"15 %s", minutesText, 900},
+    {L"30 %s", minutesText, 1800},
 };
 constexpr DWORD longestInterval = 1800;   // also for a position that is none of the list's
 
@@ -183,7 +184,7 @@ void storeSettings(HWND page)
     storeCheckBoxes(page);
 }
 
-} // namespace
+}   // namespace
 
 INT_PTR CALLBACK AlarmsPageProc(HWND page, UINT message, WPARAM wParam, LPARAM lParam)
 {
@@ -192,7 +193,7 @@ INT_PTR CALLBACK AlarmsPageProc(HWND page, UINT message, WPARAM wParam, LPARAM l
         showSettings(page);
         break;
     case WM_NOTIFY:
-        return endOnSheetNotification(lParam, page, storeSettings);
+        return endOnSheetNotification(page, lParam, storeSettings);
     }
     return pageChromeMessage(chrome, page, message, wParam, lParam);
 }
