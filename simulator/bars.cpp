@@ -6,6 +6,7 @@
 #include "phone_windows.h"
 #include "templates.h"
 
+#include <atomic>
 #include <initializer_list>
 
 extern "C" void WINAPI simGetLocalTime(SYSTEMTIME *time);
@@ -25,7 +26,7 @@ constexpr COLORREF white = RGB(255, 255, 255), paleBlue = RGB(200, 220, 248);
 
 HWND titleBar;
 HWND bottomBar;
-DWORD barThread;
+std::atomic<bool> lookPending{false};
 std::wstring shownTitle;   // what the title bar shows now; touched by its thread only
 
 const wchar_t *wishName(BarWish wish) {
@@ -34,8 +35,12 @@ const wchar_t *wishName(BarWish wish) {
     return names[static_cast<int>(wish)];
 }
 
+// Whether the person can work with window: no bar, no drop-down list, nothing behind a modal dialog.
 bool isCandidate(HWND window) {
-    return window != nullptr && IsWindowVisible(window) && IsWindowEnabled(window) && !isBar(window);
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    return process == GetCurrentProcessId() && IsWindowVisible(window) && IsWindowEnabled(window) &&
+           (GetWindowLongPtrW(window, GWL_EXSTYLE) & WS_EX_TOOLWINDOW) == 0;
 }
 
 BOOL CALLBACK takeFirstCandidate(HWND window, LPARAM found) {
@@ -231,9 +236,9 @@ void tapBottomBar(HWND window, LPARAM lParam) {
     }
 }
 
-// Wine raises a window that gets the focus over topmost ones on the screen, though not in its own order of windows. Only
-// a window that really changes its place there is raised again, so each bar is taken to the top in turn. An open drop-down
-// list may lie over the bars.
+// Wine raises a window that gets the focus over topmost ones on the screen, though not in its own order of windows.
+// Only a window that really changes its place there is raised again, so each bar is taken to the top in turn. An open
+// drop-down list may lie over the bars.
 void keepOnTop() {
     HWND capture = GetCapture();
     if (capture != nullptr && hasClass(capture, L"ComboLBox")) {
@@ -259,6 +264,7 @@ LRESULT CALLBACK titleBarProc(HWND window, UINT message, WPARAM wParam, LPARAM l
         }
         return 0;
     case lookAgain:
+        lookPending = false;
         keepOnTop();
         InvalidateRect(window, nullptr, FALSE);
         InvalidateRect(bottomBar, nullptr, FALSE);
@@ -333,13 +339,17 @@ PaintBuffer::~PaintBuffer() {
 }
 
 void ensureBars() {
-    if (titleBar != nullptr) {
+    // The windows of a thread end with it, without a message.
+    if (IsWindow(titleBar)) {
         return;
     }
-    barThread = GetCurrentThreadId();
     titleBar = createBar(titleBarClass, titleBarProc, 0, px(titleBarHeight));
     bottomBar = createBar(bottomBarClass, bottomBarProc, phone().height - px(bottomBarHeight), px(bottomBarHeight));
     createPanel();
+}
+
+void showTitleBar(bool shown) {
+    ShowWindow(titleBar, shown ? SW_SHOWNOACTIVATE : SW_HIDE);
 }
 
 HWND bottomBarWindow() {
@@ -351,21 +361,20 @@ bool isBar(HWND window) {
 }
 
 void refreshBars() {
-    if (titleBar != nullptr) {
-        PostMessageW(titleBar, lookAgain, 0, 0);
+    if (titleBar != nullptr && !lookPending.exchange(true)) {
+        lookPending = PostMessageW(titleBar, lookAgain, 0, 0) != FALSE;
     }
 }
 
 HWND phoneActiveWindow() {
-    GUITHREADINFO thread = {};
-    thread.cbSize = sizeof thread;
-    if (titleBar != nullptr && GetGUIThreadInfo(barThread, &thread) && isCandidate(thread.hwndActive)) {
-        return thread.hwndActive;
+    HWND window = GetForegroundWindow();
+    if (isCandidate(window)) {
+        return window;
     }
-    HWND found = nullptr;
-    EnumThreadWindows(titleBar != nullptr ? barThread : GetCurrentThreadId(), takeFirstCandidate,
-                      reinterpret_cast<LPARAM>(&found));
-    return found;
+    // Another program is in front, as happens when several phones share a desktop.
+    window = nullptr;
+    EnumWindows(takeFirstCandidate, reinterpret_cast<LPARAM>(&window));
+    return window;
 }
 
 std::wstring titleText() {

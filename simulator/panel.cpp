@@ -44,10 +44,9 @@ constexpr Key middle[] = {special(L"Esc", VK_ESCAPE, 18), letter(L"a", L"A"), le
 constexpr Key lower[] = {{L"Shift", L"Shift", Action::shift, 0, 23}, letter(L"z", L"Z"), letter(L"x", L"X"),
                          letter(L"c", L"C"), letter(L"v", L"V"), letter(L"b", L"B"), letter(L"n", L"N"),
                          letter(L"m", L"M"), letter(L",", L";"), letter(L".", L":"), letter(L"/", L"?")};
-// The arrows are characters of the symbol font.
 constexpr Key bottom[] = {letter(L"<", L"["), letter(L">", L"]"), letter(L"\\", L"|"), special(L"", VK_SPACE, 50),
-                          letter(L"'", L"\""), special(L"5", VK_UP, 10), special(L"6", VK_DOWN, 10),
-                          special(L"3", VK_LEFT, 10), special(L"4", VK_RIGHT, 10)};
+                          letter(L"'", L"\""), special(L"", VK_UP, 10), special(L"", VK_DOWN, 10),
+                          special(L"", VK_LEFT, 10), special(L"", VK_RIGHT, 10)};
 
 struct Row {
     const Key *keys;
@@ -79,10 +78,15 @@ bool isArrow(const Key &key) {
     return key.action == Action::virtualKey && key.code >= VK_LEFT && key.code <= VK_DOWN;
 }
 
-HFONT symbolFont() {
-    static const HFONT font = CreateFontW(-px(11), 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, SYMBOL_CHARSET,
-                                          OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS, DEFAULT_QUALITY, DEFAULT_PITCH, L"Marlett");
-    return font;
+// A triangle that points where the key's arrow does.
+void drawArrow(HDC dc, WORD code, const RECT &area) {
+    const int reach = px(3), x = (area.left + area.right) / 2, y = (area.top + area.bottom) / 2;
+    const int dx = code == VK_LEFT ? -reach : code == VK_RIGHT ? reach : 0;
+    const int dy = code == VK_UP ? -reach : code == VK_DOWN ? reach : 0;
+    POINT corners[] = {{x + dx, y + dy}, {x - dx - dy, y - dy - dx}, {x - dx + dy, y - dy + dx}};
+    SetDCPenColor(dc, RGB(0, 0, 0));
+    SetDCBrushColor(dc, RGB(0, 0, 0));
+    Polygon(dc, corners, 3);
 }
 
 void drawKey(HDC dc, const Key &key, RECT area) {
@@ -96,7 +100,11 @@ void drawKey(HDC dc, const Key &key, RECT area) {
     RoundRect(dc, area.left + gap / 2, area.top + gap / 2, area.right, area.bottom, px(3), px(3));
     SetTextColor(dc, RGB(0, 0, 0));
     SetBkMode(dc, TRANSPARENT);
-    HGDIOBJ old = SelectObject(dc, isArrow(key) ? symbolFont() : phoneFont(px(11), false));
+    if (isArrow(key)) {
+        drawArrow(dc, key.code, area);
+        return;
+    }
+    HGDIOBJ old = SelectObject(dc, phoneFont(px(11), false));
     DrawTextW(dc, shiftDown ? key.shifted : key.label, -1, &area, DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX);
     SelectObject(dc, old);
 }
@@ -176,11 +184,18 @@ LRESULT CALLBACK panelProc(HWND window, UINT message, WPARAM wParam, LPARAM lPar
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
+// Windows of other threads are given a second: a thread that waits for something else must not hold up the panel.
 BOOL CALLBACK tellWindow(HWND window, LPARAM) {
+    constexpr UINT patience = 1000;
     DWORD process = 0;
-    GetWindowThreadProcessId(window, &process);
-    if (process == GetCurrentProcessId() && !isBar(window)) {
+    const DWORD thread = GetWindowThreadProcessId(window, &process);
+    if (process != GetCurrentProcessId() || isBar(window) || hasClass(window, L"IME")) {
+        return TRUE;
+    }
+    if (thread == GetCurrentThreadId()) {
         SendMessageW(window, WM_SETTINGCHANGE, settingSipInfo, 0);
+    } else {
+        SendMessageTimeoutW(window, WM_SETTINGCHANGE, settingSipInfo, 0, SMTO_NORMAL, patience, nullptr);
     }
     return TRUE;
 }
@@ -215,7 +230,7 @@ void setPanel(bool wanted) {
     }
     journal(L"panel", {wanted ? L"on" : L"off"});
     if (panelWindow != nullptr) {
-        SendMessageW(panelWindow, showPanel, 0, 0);
+        PostMessageW(panelWindow, showPanel, 0, 0);
     }
     refreshBars();
     EnumWindows(tellWindow, 0);

@@ -33,8 +33,8 @@ constexpr DWORD knownPageFlags = PSP_DLGINDIRECT | PSP_USETITLE | PSP_USEREFPARE
 constexpr DWORD knownSheetFlags = PSH_PROPTITLE | PSH_PROPSHEETPAGE | PSH_USEPSTARTPAGE | PSH_MODELESS;
 
 // The phone's structures are the first part of the desktop's, so pages and callbacks can be handed either.
-static_assert(offsetof(ce::PropSheetPageW, pcRefParent) == offsetof(PROPSHEETPAGEW, pcRefParent), "same front part");
-static_assert(offsetof(ce::PropSheetHeaderW, pfnCallback) == offsetof(PROPSHEETHEADERW, pfnCallback), "same front part");
+static_assert(offsetof(ce::PropSheetPageW, pcRefParent) == offsetof(PROPSHEETPAGEW, pcRefParent), "front part");
+static_assert(offsetof(ce::PropSheetHeaderW, pfnCallback) == offsetof(PROPSHEETHEADERW, pfnCallback), "front part");
 
 // A sheet from PropertySheetW to its window's end.
 struct Sheet {
@@ -156,8 +156,7 @@ void drawTab(HWND tab, HDC dc, int index, int height) {
     SetDCBrushColor(dc, selected ? GetSysColor(COLOR_WINDOW) : tabGround);
     // Drawn from above the strip, so that the tab hangs open under its page.
     Rectangle(dc, face.left, selected ? -px(2) : 0, face.right + 1, face.bottom);
-    HGDIOBJ old = SelectObject(dc, phoneFont(px(12), selected));
-    SelectObject(dc, phoneFont(px(12), false));
+    HGDIOBJ old = SelectObject(dc, systemFont());
     SetBkMode(dc, TRANSPARENT);
     SetTextColor(dc, tabText);
     DrawTextW(dc, text, -1, &face, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
@@ -186,6 +185,17 @@ void paintTabs(HWND tab) {
     EndPaint(tab, &painting);
 }
 
+// comctl32 makes the scroller as high as the desktop's scroll bars; a finger wants the whole strip.
+void fitScroller(HWND tab) {
+    HWND scroller = FindWindowExW(tab, nullptr, UPDOWN_CLASSW, nullptr);
+    RECT area, client;
+    if (scroller != nullptr && GetClientRect(tab, &client) && GetWindowRect(scroller, &area)) {
+        MapWindowPoints(nullptr, tab, reinterpret_cast<POINT *>(&area), 2);
+        SetWindowPos(scroller, nullptr, area.left, px(1), area.right - area.left, client.bottom - px(1),
+                     SWP_NOZORDER | SWP_NOACTIVATE);
+    }
+}
+
 LRESULT CALLBACK tabProc(HWND tab, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
     case WM_PAINT:
@@ -195,6 +205,9 @@ LRESULT CALLBACK tabProc(HWND tab, UINT message, WPARAM wParam, LPARAM lParam) {
         return TRUE;
     }
     LRESULT answer = callFormer(tab, tabKey, message, wParam, lParam);
+    if (message == WM_SIZE || message == WM_PARENTNOTIFY) {
+        fitScroller(tab);
+    }
     // comctl32 paints some changes at once, in its own manner.
     if (message == WM_LBUTTONDOWN || message == WM_LBUTTONUP || message == WM_SETFOCUS || message == WM_KILLFOCUS ||
         message == TCM_SETCURSEL || message == WM_HSCROLL || message == WM_KEYDOWN) {
@@ -248,7 +261,19 @@ LRESULT CALLBACK sheetProc(HWND window, UINT message, WPARAM wParam, LPARAM lPar
     return answer;
 }
 
+// A page's ground is what the program says; a desktop with visual styles would lay its own tab texture over it.
+LRESULT eraseGround(HWND page, HDC dc) {
+    RECT client;
+    GetClientRect(page, &client);
+    const LRESULT brush = SendMessageW(page, WM_CTLCOLORDLG, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(page));
+    FillRect(dc, &client, reinterpret_cast<HBRUSH>(brush));
+    return TRUE;
+}
+
 LRESULT CALLBACK pageProc(HWND page, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_ERASEBKGND) {
+        return eraseGround(page, reinterpret_cast<HDC>(wParam));
+    }
     if (message == WM_WINDOWPOSCHANGING) {
         // comctl32 lays pages into the frame it believes in; ours is the whole area above the tabs.
         auto *position = reinterpret_cast<WINDOWPOS *>(lParam);
