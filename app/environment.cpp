@@ -132,10 +132,15 @@ void repairNotificationLed()
         writeNumber(key, L"LedRefCount", 1);
 }
 
+// The maker's text is made narrow first: the formatter would stop at a character that is not plain ASCII.
 void logDeviceType(const wchar_t *oem)
 {
-    writeLogFormatted("getDeviceType: Ver:%S, %S, %s, x:%d, y:%d", programVersion, oem, isOsVersion5 ? "WM5" : "WM2003",
-                      GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN));
+    char narrowOem[oemCapacity];
+    char line[oemCapacity + 128];
+    narrowText(narrowOem, oem);
+    formatText(line, "getDeviceType: Ver:%S, %s, %s, x:%d, y:%d", programVersion, narrowOem,
+               isOsVersion5 ? "WM5" : "WM2003", GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN));
+    writeLog(line);
 }
 
 }   // namespace

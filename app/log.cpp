@@ -46,6 +46,13 @@ HANDLE openLogFile(const wchar_t *path)
     return CreateFileW(path, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
+// A log whose size cannot be told is not thrown away.
+bool isFull(HANDLE file)
+{
+    const DWORD size = GetFileSize(file, nullptr);
+    return size != INVALID_FILE_SIZE && size > logSizeLimit;
+}
+
 // The log opened for appending, started afresh when it is full; INVALID_HANDLE_VALUE when that is not possible.
 HANDLE openLog()
 {
@@ -54,7 +61,7 @@ HANDLE openLog()
     HANDLE file = openLogFile(path);
     if (file == INVALID_HANDLE_VALUE)
         return file;
-    if (GetFileSize(file, nullptr) > logSizeLimit) {
+    if (isFull(file)) {
         CloseHandle(file);
         DeleteFileW(path);
         file = openLogFile(path);

@@ -115,6 +115,17 @@ LONG_PTR drawAnswer(NMLVCUSTOMDRAW *drawInfo, bool highlight)
 
 WNDPROC listProcedure;   // of the list that the keys are attached to
 
+WNDPROC windowProcedure(HWND window)
+{
+    return reinterpret_cast<WNDPROC>(GetWindowLongPtrW(window, GWLP_WNDPROC));
+}
+
+// Returns the former procedure.
+WNDPROC setWindowProcedure(HWND window, WNDPROC procedure)
+{
+    return reinterpret_cast<WNDPROC>(SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure)));
+}
+
 int selectedRow(HWND list)
 {
     return static_cast<int>(SendMessageW(list, LVM_GETNEXTITEM, static_cast<WPARAM>(-1), LVNI_SELECTED));
@@ -195,13 +206,15 @@ INT_PTR listCustomDraw(HWND dialog, NMLVCUSTOMDRAW *drawInfo, bool highlight)
 void attachMainListKeys(HWND page)
 {
     const HWND list = GetDlgItem(page, IDC_MAIN_LIST);
-    listProcedure =
-        reinterpret_cast<WNDPROC>(SetWindowLongPtrW(list, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(mainListKeyProc)));
+    if (windowProcedure(list) != mainListKeyProc)
+        listProcedure = setWindowProcedure(list, mainListKeyProc);
 }
 
 void detachMainListKeys(HWND page)
 {
-    SetWindowLongPtrW(GetDlgItem(page, IDC_MAIN_LIST), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(listProcedure));
+    const HWND list = GetDlgItem(page, IDC_MAIN_LIST);
+    if (windowProcedure(list) == mainListKeyProc)
+        setWindowProcedure(list, listProcedure);
 }
 
 LRESULT CALLBACK mainListKeyProc(HWND list, UINT message, WPARAM wParam, LPARAM lParam)

@@ -1,5 +1,14 @@
 #include "registry.h"
 
+RegistryKey::~RegistryKey()
+{
+    try {
+        close();
+    } catch (...) {
+        // Nobody is left to tell.
+    }
+}
+
 LONG RegistryKey::open(HKEY root, const wchar_t *path)
 {
     close();

@@ -12,7 +12,7 @@ public:
     RegistryKey() = default;
     RegistryKey(const RegistryKey &) = delete;
     RegistryKey &operator=(const RegistryKey &) = delete;
-    ~RegistryKey() { close(); }
+    ~RegistryKey();   // a fault while closing goes nowhere
 
     // All four return the registry status, 0 on success; a key already open is closed first.
     LONG open(HKEY root, const wchar_t *path);

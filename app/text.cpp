@@ -20,6 +20,21 @@ void copyInto(wchar_t *to, size_t capacity, const wchar_t *from)
     to[length] = 0;
 }
 
+// One wide character at a time, so that a text that does not fit is cut between characters.
+void narrowInto(char *to, size_t capacity, const wchar_t *from)
+{
+    size_t used = 0;
+    for (; *from; ++from) {
+        char bytes[8];
+        const int count = WideCharToMultiByte(CP_ACP, 0, from, 1, bytes, sizeof bytes, nullptr, nullptr);
+        if (count <= 0 || used + count >= capacity)
+            break;
+        memcpy(to + used, bytes, count);
+        used += count;
+    }
+    to[used] = 0;
+}
+
 wchar_t *duplicateText(const wchar_t *text)
 {
     const size_t size = wcslen(text) + 1;

@@ -11,6 +11,14 @@ void formatInto(char *to, size_t capacity, const char *format, va_list arguments
 // Copies at most capacity - 1 characters of from.
 void copyInto(wchar_t *to, size_t capacity, const wchar_t *from);
 
+// Wide text as 8-bit text in the system's code page; characters it lacks become its replacement.
+void narrowInto(char *to, size_t capacity, const wchar_t *from);
+
+template <size_t capacity> void narrowText(char (&to)[capacity], const wchar_t *from)
+{
+    narrowInto(to, capacity, from);
+}
+
 template <size_t capacity> void formatText(wchar_t (&to)[capacity], const wchar_t *format, ...)
 {
     va_list arguments;

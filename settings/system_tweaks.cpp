@@ -26,6 +26,7 @@ void letMediaPlayInBackground()
     writeNumber(key, L"Mute", 0);
     writeNumber(key, L"Volume", 65535);
     key.flush();
+    key.close();
 }
 
 void setMediaQuality()
@@ -37,6 +38,7 @@ void setMediaQuality()
     writeNumber(key, L"Repeat", 0);
     writeNumber(key, L"Volume", 0xFFFFFFFF);
     key.flush();
+    key.close();
 }
 
 // The engine raises the low-battery alarm itself, so the system's own notification is switched off. Its name is restored
@@ -55,6 +57,7 @@ void silenceLowBatteryNotification()
         writeTextBytes(key, L"Default", name, lowBatteryBytes);
     }
     key.flush();
+    key.close();
 }
 
 void letRemindersSound()
@@ -67,6 +70,7 @@ void letRemindersSound()
     if (options > reminderIsSilent)
         writeNumber(key, L"Options", options & ~reminderIsSilent);
     key.flush();
+    key.close();
 }
 
 LONG setMuteBits()

@@ -56,9 +56,9 @@ void draw(HWND button, HDC dc) {
     RECT client;
     GetClientRect(button, &client);
     HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(button, WM_GETFONT, 0, 0)));
-    auto ground = reinterpret_cast<HBRUSH>(
-        SendMessageW(GetParent(button), WM_CTLCOLORSTATIC, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(button)));
-    FillRect(dc, &client, ground);
+    const LRESULT ground = SendMessageW(GetParent(button), WM_CTLCOLORSTATIC, reinterpret_cast<WPARAM>(dc),
+                                        reinterpret_cast<LPARAM>(button));
+    FillRect(dc, &client, reinterpret_cast<HBRUSH>(ground));
     const int size = px(boxSize), top = (client.bottom - size) / 2;
     RECT box{0, top, size, top + size}, label{size + px(4), 0, client.right, client.bottom};
     if ((GetWindowLongPtrW(button, GWL_STYLE) & BS_LEFTTEXT) != 0) {

@@ -88,7 +88,6 @@ void paintFrame(HWND window) {
     if (isCaptioned(window)) {
         drawCaption(window, dc, area.right);
     }
-    // The scroll bar belongs to the frame too, and only the default procedure paints it.
     ReleaseDC(window, dc);
 }
 
@@ -147,6 +146,7 @@ LRESULT frameMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
                                       : reinterpret_cast<RECT *>(lParam));
         return 0;
     case WM_NCPAINT:
+        // The scroll bar belongs to the frame too, and only the default procedure paints it.
         if ((GetWindowLongPtrW(window, GWL_STYLE) & WS_VSCROLL) != 0) {
             callFormer(window, dialogKey, message, wParam, lParam);
         }

@@ -1,4 +1,4 @@
-// Message boxes in the phone's font and on its screen. A dialog of ours: the desktop's keeps to the desktop's font size.
+// Message boxes in the phone's font and on its screen. A dialog of ours: the desktop's keeps to its own font size.
 #include "core.h"
 #include "dialogs.h"
 #include "phone_windows.h"
@@ -95,7 +95,8 @@ void addButtons(HWND dialog, const Box &box, int width, int top) {
 void fillBox(HWND dialog, const Box &box) {
     RECT desk = workArea();
     const int margin = px(8);
-    const int iconSize = iconOf(box.type) != nullptr ? px(32) : 0, textLeft = margin + (iconSize ? iconSize + margin : 0);
+    const int iconSize = iconOf(box.type) != nullptr ? px(32) : 0;
+    const int textLeft = margin + (iconSize != 0 ? iconSize + margin : 0);
     const int buttonsWidth = box.set->count * px(68) + px(10);
     SIZE text = measure(box.text, desk.right - desk.left - textLeft - 3 * margin);
     const int width = std::max<int>(textLeft + text.cx + margin, buttonsWidth + margin);

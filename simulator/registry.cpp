@@ -280,16 +280,17 @@ LONG WINAPI simRegCreateKeyExW(HKEY key, LPCWSTR subkey, DWORD, LPWSTR, DWORD, R
 LONG WINAPI simRegCloseKey(HKEY key)
 {
     const std::wstring name = nameOf(key);
-    // The key is closed even when a failure is ordered, so that the count of open keys stays true.
-    const bool failing = fails(L"close", name.c_str());
-    if (rootOf(key))
-        return failing ? orderedFailure : ERROR_SUCCESS;
-    {
+    // The key is closed even when a fault is ordered, so that the count of open keys stays true.
+    const Fault fault = faultDue(FaultKind::registry, L"close", name.c_str());
+    LONG status = ERROR_SUCCESS;
+    if (!rootOf(key)) {
         Guard guard(keysLock);
         openKeys.erase(key);
+        status = RegCloseKey(key);
     }
-    const LONG status = RegCloseKey(key);
-    return failing ? orderedFailure : status;
+    if (fault == Fault::raise)
+        throw OrderedFault();
+    return fault == Fault::fail ? orderedFailure : status;
 }
 
 LONG WINAPI simRegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD, LPDWORD type, LPBYTE data, LPDWORD size)

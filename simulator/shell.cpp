@@ -169,15 +169,21 @@ BOOL WINAPI simSHDoneButton(HWND window, DWORD state) {
     return TRUE;
 }
 
+// Bars are hidden for the foreground window only; the start symbol cannot be hidden here.
 BOOL WINAPI simSHFullScreen(HWND window, DWORD state) {
-    constexpr DWORD showPanelButton = 4, hidePanelButton = 8;
-    if (!IsWindow(window)) {
+    constexpr DWORD showTaskBar = 0x01, hideTaskBar = 0x02, showPanelButton = 0x04, hidePanelButton = 0x08,
+                    hideStartSymbol = 0x20;
+    const bool hides = (state & (hideTaskBar | hidePanelButton)) != 0;
+    if (!IsWindow(window) || (state & hideStartSymbol) != 0 || (hides && window != sim::phoneActiveWindow())) {
         return FALSE;
+    }
+    if ((state & (showTaskBar | hideTaskBar)) != 0) {
+        sim::showTitleBar((state & showTaskBar) != 0);
     }
     if ((state & (showPanelButton | hidePanelButton)) != 0) {
         sim::setWish(window, sim::BarWish::hidePanelButton, (state & hidePanelButton) != 0);
-        sim::refreshBars();
     }
+    sim::refreshBars();
     return TRUE;
 }
 

@@ -21,6 +21,7 @@ RECT visibleDesktop();     // what SIPINFO calls so: to the bottom of the screen
 void ensureBars();
 bool isBar(HWND window);
 HWND bottomBarWindow();
+void showTitleBar(bool shown);
 // Asks the bars to look again at the active window; cheap, and safe at any moment of a window's life.
 void refreshBars();
 

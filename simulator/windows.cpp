@@ -248,13 +248,17 @@ BOOL WINAPI simEnumWindows(WNDENUMPROC callback, LPARAM lParam) {
 }
 
 HWND WINAPI simFindWindowW(LPCWSTR className, LPCWSTR title) {
+    wchar_t name[256];
+    if (className != nullptr && reinterpret_cast<ULONG_PTR>(className) <= 0xFFFF) {
+        className = GlobalGetAtomNameW(LOWORD(reinterpret_cast<ULONG_PTR>(className)), name, 256) != 0 ? name : L"";
+    }
     sim::Search search{className, title, nullptr};
     simEnumWindows(sim::compareWindow, reinterpret_cast<LPARAM>(&search));
     return search.found;
 }
 
-// Among the desktop's children the program sees only what is on its phone, and the phone's own desktop (the today screen,
-// a window named like the phone) comes first, as on a phone.
+// Among the desktop's children the program sees only what is on its phone, and the phone's own desktop (the today
+// screen, a window named like the phone) comes first, as on a phone.
 HWND WINAPI simGetWindow(HWND window, UINT command) {
     HWND found = GetWindow(window, command);
     if (window == GetDesktopWindow() && command == GW_CHILD) {

@@ -87,6 +87,7 @@ def registry_text(export, name):
 def main():
     if len(sys.argv) != 3:
         sys.exit(__doc__.split("\n\n")[1].strip())
+    sys.stdout.reconfigure(encoding="utf-8", newline="\n")
     with open(sys.argv[1], encoding="utf-16") as export:
         sys.stdout.write(registry_text(export.read(), sys.argv[2]))
 

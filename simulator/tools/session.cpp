@@ -14,7 +14,8 @@ namespace {
 constexpr DWORD startLimit = 10000;   // ms
 constexpr int exitCodeUsage = 2, exitCodeNotStarted = 127;
 
-std::wstring folderOfThisProgram() {
+std::wstring folderOfThisProgram()
+{
     wchar_t path[MAX_PATH];
     GetModuleFileNameW(nullptr, path, MAX_PATH);
     const std::wstring full = path;
@@ -22,7 +23,8 @@ std::wstring folderOfThisProgram() {
 }
 
 // The command line from its argument number first on, as it was written.
-std::wstring commandLineFrom(int first) {
+std::wstring commandLineFrom(int first)
+{
     const wchar_t *rest = GetCommandLineW();
     for (int skipped = 0; *rest && skipped < first; ++skipped) {
         for (bool quoted = false; *rest && (quoted || *rest != L' '); ++rest)
@@ -33,7 +35,8 @@ std::wstring commandLineFrom(int first) {
     return rest;
 }
 
-bool start(std::wstring commandLine, PROCESS_INFORMATION &process) {
+bool start(std::wstring commandLine, PROCESS_INFORMATION &process)
+{
     STARTUPINFOW how{};
     how.cb = sizeof(how);
     if (CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &how, &process))
@@ -42,27 +45,31 @@ bool start(std::wstring commandLine, PROCESS_INFORMATION &process) {
     return false;
 }
 
-void release(const PROCESS_INFORMATION &process) {
+void release(const PROCESS_INFORMATION &process)
+{
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
 }
 
 // Starts the engine, waits until its window stands, and answers whether it runs.
-bool startEngine(PROCESS_INFORMATION &engine) {
+bool startEngine(PROCESS_INFORMATION &engine)
+{
     if (!start(L"\"" + folderOfThisProgram() + L"engine.exe\"", engine))
         return false;
     WaitForInputIdle(engine.hProcess, startLimit);
     return true;
 }
 
-void endEngine(const PROCESS_INFORMATION &engine) {
+void endEngine(const PROCESS_INFORMATION &engine)
+{
     PostThreadMessageW(engine.dwThreadId, WM_QUIT, 0, 0);
     if (WaitForSingleObject(engine.hProcess, startLimit) == WAIT_TIMEOUT)
         TerminateProcess(engine.hProcess, 1);
     release(engine);
 }
 
-DWORD runToEnd(const std::wstring &commandLine) {
+DWORD runToEnd(const std::wstring &commandLine)
+{
     PROCESS_INFORMATION program;
     if (!start(commandLine, program))
         return exitCodeNotStarted;
@@ -73,17 +80,19 @@ DWORD runToEnd(const std::wstring &commandLine) {
     return status;
 }
 
-bool writeStatus(const wchar_t *path, DWORD status) {
-    FILE *file = _wfopen(path, L"w");
+bool writeStatus(const wchar_t *path, DWORD status)
+{
+    FILE *file = _wfopen(path, L"wb");
     if (!file)
         return false;
     fprintf(file, "%lu\n", status);
     return fclose(file) == 0;
 }
 
-} // namespace
+}   // namespace
 
-int wmain(int argumentCount, wchar_t **arguments) {
+int wmain(int argumentCount, wchar_t **arguments)
+{
     if (argumentCount < 3) {
         fprintf(stderr, "usage: session STATUS-FILE PROGRAM [ARGUMENT...]\n");
         return exitCodeUsage;

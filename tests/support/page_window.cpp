@@ -1,10 +1,14 @@
 #include "page_window.h"
 
 #include "doctest.h"
+#include "environment.h"
 #include "main.h"
 #include "options_dialog.h"
 #include "resource.h"
+#include "scaling.h"
 #include "shell_values.h"
+#include "text.h"
+#include "user_settings.h"
 
 // ---- Single pages -----------------------------------------------------------------------------------------------------
 
@@ -69,10 +73,11 @@ void PageWindow::click(int id) const
     SendMessageW(control(id), BM_CLICK, 0, 0);
 }
 
-static INT_PTR notifyPage(HWND parent, HWND page, UINT code)
+static INT_PTR notifyPage(HWND parent, HWND page, UINT code, UINT_PTR id = 0)
 {
     PSHNOTIFY notification = {};
     notification.hdr.hwndFrom = parent;
+    notification.hdr.idFrom = id;
     notification.hdr.code = code;
     return SendMessageW(page, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&notification));
 }
@@ -85,6 +90,52 @@ INT_PTR PageWindow::apply() const
 INT_PTR PageWindow::reset() const
 {
     return notifyPage(parent, page, PSN_RESET);
+}
+
+INT_PTR PageWindow::notify(UINT code, UINT_PTR id) const
+{
+    return notifyPage(parent, page, code, id);
+}
+
+// ---- The program around a page ----------------------------------------------------------------------------------------
+
+void restartProgram()
+{
+    freeUserSettings();
+    userSettings = UserSettings{};
+    freeText(appPath);
+    isLandscape = 0;
+    startProfile = 0;
+    optionsDialog = currentPage = nullptr;
+    listEdited = skinChanged = settingsImported = mailSettingsChanged = false;
+    forgetResolution();
+}
+
+static constexpr UINT scriptIsOver = WM_APP;
+
+static INT_PTR CALLBACK standInProc(HWND dialog, UINT message, WPARAM, LPARAM parameter)
+{
+    switch (message) {
+    case WM_INITDIALOG:
+        optionsDialog = dialog;
+        PostMessageW(dialog, scriptIsOver, 0, 0);
+        (*reinterpret_cast<const std::function<void()> *>(parameter))();
+        optionsDialog = nullptr;
+        return TRUE;
+    case scriptIsOver:   // not reached when script has ended the dialog
+        EndDialog(dialog, notEnded);
+        return TRUE;
+    }
+    return FALSE;
+}
+
+INT_PTR runInOptionsDialog(const std::function<void()> &script)
+{
+    const HRSRC resource = FindResourceW(appInstance, MAKEINTRESOURCEW(IDD_OPTIONS), RT_DIALOG);
+    REQUIRE(resource);
+    return DialogBoxIndirectParamW(appInstance,
+                                   static_cast<const DLGTEMPLATE *>(LockResource(LoadResource(appInstance, resource))),
+                                   nullptr, standInProc, reinterpret_cast<LPARAM>(&script));
 }
 
 // ---- The whole sheet --------------------------------------------------------------------------------------------------
@@ -126,6 +177,29 @@ void runOptions(const std::function<void(HWND sheet)> &script)
     SetTimer(nullptr, 0, 20, driveSheet);
     DialogBoxIndirectParamW(appInstance, static_cast<const DLGTEMPLATE *>(LockResource(LoadResource(appInstance, resource))),
                             nullptr, OptionsDialogProc, 0);
+}
+
+// What the end of the process would take away: the main window with its class, and the quit message it leaves.
+static void closeMainWindow()
+{
+    if (mainWindow)
+        DestroyWindow(mainWindow);
+    mainWindow = nullptr;
+    UnregisterClassW(mainWindowClass, appInstance);
+    MSG quit;
+    while (PeekMessageW(&quit, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE))
+        ;
+}
+
+int runProgram(const wchar_t *commandLine, const std::function<void(HWND sheet)> &script)
+{
+    pendingScript = &script;
+    const UINT_PTR timer = SetTimer(nullptr, 0, 20, driveSheet);
+    std::wstring arguments = commandLine ? commandLine : L"";
+    const int result = WinMain(appInstance, nullptr, commandLine ? arguments.data() : nullptr, SW_SHOW);
+    KillTimer(nullptr, timer);
+    closeMainWindow();
+    return result;
 }
 
 void tapOk(HWND sheet)

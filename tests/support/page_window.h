@@ -28,14 +28,29 @@ public:
     INT_PTR apply() const;
     INT_PTR reset() const;
 
+    // Any notification of the sheet, with the identifier it ends the Options dialog with.
+    INT_PTR notify(UINT code, UINT_PTR id) const;
+
 private:
     HWND parent;
     HWND page;
 };
 
+// Brings what the program keeps for the length of a process back to what it is at start: records, flags, install
+// directory, screen resolution. For tests that live through several starts in one process; call it once the phone is there.
+void restartProgram();
+
+// Runs script while a dialog without any behaviour stands for the Options dialog; returns what it was ended with,
+// notEnded when script has left it open.
+constexpr INT_PTR notEnded = -99;
+INT_PTR runInOptionsDialog(const std::function<void()> &script);
+
 // Runs OptionsDialogProc's dialog as the main window does. Once the sheet stands, script is called with it; after the
 // script the sheet is cancelled unless the script has ended it (tapOk, cancel).
 void runOptions(const std::function<void(HWND sheet)> &script);
+
+// Starts the program as the phone does, with script as above; returns what WinMain returns.
+int runProgram(const wchar_t *commandLine, const std::function<void(HWND sheet)> &script);
 
 void tapOk(HWND sheet);
 void cancelSheet(HWND sheet);

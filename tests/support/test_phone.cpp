@@ -67,6 +67,8 @@ TestPhone::TestPhone(const char *base)
 {
     name = uniqueName(base);
     const fs::path folderPath = fs::temp_directory_path() / name;
+    fs::remove_all(folderPath);   // process numbers come back: a test that crashed may have left its phone
+    SimDeletePhoneRegistry(name.c_str());
     fs::copy(phonesFolder() / base, folderPath, fs::copy_options::recursive);
     fs::remove(folderPath / "journal.log");
     setName(folderPath, name);
@@ -319,6 +321,18 @@ std::string dumpKey(const wchar_t *keyPath, HKEY root)
         text += narrow(valueName) + "=" + dataOf(storedValue(valueName.c_str(), keyPath, root)) + "\n";
     for (const std::wstring &subkey : subkeys)
         text += dumpKey((std::wstring(keyPath) + L"\\" + subkey).c_str(), root);
+    return text;
+}
+
+std::string goldenFile(const char *fileName)
+{
+    std::string path = std::string(TEST_DATA) + "/golden/" + fileName;
+    if (path.front() == '/')
+        path.insert(0, "Z:");   // where Wine has the files of its host
+    REQUIRE_MESSAGE(fs::exists(path), "missing: " << path);
+    std::string text;
+    for (const std::string &line : linesOf(readHostFile(path)))
+        text += line + "\n";
     return text;
 }
 

@@ -69,6 +69,9 @@ bool keyExists(const wchar_t *key, HKEY root = HKEY_CURRENT_USER);
 // The whole key with its subkeys as text, sorted: one line "name=type:data" per value; for golden files.
 std::string dumpKey(const wchar_t *key, HKEY root = HKEY_CURRENT_USER);
 
+// A file of tests/golden, its line ends as a bare line feed. A missing one fails the test.
+std::string goldenFile(const char *name);
+
 // ---- Waiting ----------------------------------------------------------------------------------------------------------
 
 // Handles messages until condition holds; fails the test after limit milliseconds.

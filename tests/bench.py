@@ -1,0 +1,132 @@
+#!/usr/bin/env python3
+"""Measures the program side by side with programs of the desktop, and prints a table. It judges nothing.
+
+The subjects take turns, so that whatever else the machine does meets all of them alike; each figure is a median over the
+rounds. Compare the ratios: the figures themselves are those of this machine.
+"""
+import re
+import statistics
+import subprocess
+import tempfile
+import uuid
+from dataclasses import dataclass
+from pathlib import Path
+
+from phone_copy import RUN_WINE, SIMULATOR, TREE, PhoneCopy
+
+ROUNDS = 15
+WARM_UP_ROUNDS = 1  # the first start reads everything from the disk
+TIME_LIMIT = 60  # seconds, for one run of one subject
+PHONE = "wm6"
+WINE_PROGRAMS = Path("/usr/lib/x86_64-linux-gnu/wine/x86_64-windows")
+STRIP = "x86_64-w64-mingw32-strip"
+
+
+@dataclass(frozen=True)
+class Subject:
+    name: str
+    window_class: str
+    program: str
+    file: Path
+
+
+@dataclass(frozen=True)
+class Row:
+    title: str
+    measure: str
+    other: str  # the subject compared with
+    unit: str
+    per_unit: float  # what the figures are divided by
+    goal: str
+
+
+SETTINGS = Subject("kvsettings", "#32770", "kvsettings.exe", SIMULATOR / "kvsettings.exe")
+SUBJECTS = [
+    SETTINGS,
+    Subject("winecfg", "#32770", "winecfg.exe", WINE_PROGRAMS / "winecfg.exe"),
+    Subject("bare window", "BareWindow", "bench_window.exe", SIMULATOR / "bench_window.exe"),
+]
+
+ROWS = [
+    Row("start to first page", "visible", "winecfg", "ms", 1, "at most 1"),
+    Row("start to first page", "visible", "bare window", "ms", 1, ""),
+    Row("page, first visit", "visit", "winecfg", "ms", 1, ""),
+    Row("page, shown again", "revisit", "winecfg", "ms", 1, ""),
+    Row("commit", "commit", "winecfg", "MB", 1024 * 1024, "below 7 MB"),
+    Row("commit", "commit", "bare window", "MB", 1024 * 1024, ""),
+    Row("size, stripped", "size", "winecfg", "KB", 1024, "below 450 KB"),
+]
+
+
+def process_of(subject: Subject, mark: bytes):
+    """The process of a subject among those with the mark in their environment."""
+    for process in Path("/proc").glob("[0-9]*"):
+        try:
+            # The kernel keeps 15 characters of a name.
+            if (process / "comm").read_text().strip() == subject.program[:15] and mark in (process / "environ").read_bytes():
+                return process
+        except OSError:  # has ended meanwhile, or is somebody else's
+            pass
+    raise LookupError(f"{subject.program} does not run")
+
+
+def commit(process: Path):
+    """Bytes only this process has and that no file holds, in memory or swapped out. Wine's own figure is no use: it
+    answers 0 for other processes."""
+    kilobytes = re.findall(r"^(?:Private_Dirty|Swap):\s+(\d+) kB", (process / "smaps_rollup").read_text(), re.MULTILINE)
+    return sum(map(int, kilobytes)) * 1024
+
+
+def run(subject: Subject, phone: PhoneCopy):
+    """{measure: figure} of one run."""
+    mark = str(uuid.uuid4())
+    with subprocess.Popen([RUN_WINE, "bench_watch.exe", subject.window_class, subject.program], cwd=SIMULATOR,
+                          env=dict(phone.environment, KV_BENCH=mark), stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                          stderr=subprocess.DEVNULL, text=True) as watch:
+        lines = [watch.stdout.readline()]
+        memory = commit(process_of(subject, mark.encode())) if lines[0] else 0
+        rest, _ = watch.communicate("\n", timeout=TIME_LIMIT)
+    if watch.returncode != 0:
+        raise RuntimeError(f"{subject.program} did not show its window, or did not end")
+    figures = {name: float(figure) for name, figure in map(str.split, lines + rest.splitlines())}
+    return dict(figures, commit=memory)
+
+
+def stripped_size(file: Path, folder: Path):
+    stripped = folder / file.name
+    subprocess.run([STRIP, "-o", stripped, file], check=True)
+    return stripped.stat().st_size
+
+
+def measure_all(folder: Path):
+    """{subject's name: {measure: median}}"""
+    runs = {subject.name: [] for subject in SUBJECTS}
+    with PhoneCopy(TREE / "phones" / PHONE, folder, "bench") as phone:
+        for number in range(WARM_UP_ROUNDS + ROUNDS):
+            for subject in SUBJECTS:
+                figures = run(subject, phone)
+                if number >= WARM_UP_ROUNDS:
+                    runs[subject.name].append(figures)
+    medians = {name: {measure: statistics.median(each[measure] for each in taken) for measure in taken[0]}
+               for name, taken in runs.items()}
+    for subject in SUBJECTS:
+        medians[subject.name]["size"] = stripped_size(subject.file, folder)
+    return medians
+
+
+def print_table(medians):
+    print(f"{'':22}{SETTINGS.name:>14}  {'compared with':<28}{'ratio':>6}  goal")
+    for row in ROWS:
+        own, other = medians[SETTINGS.name][row.measure], medians[row.other][row.measure]
+        figures = [f"{figure / row.per_unit:.1f} {row.unit}" for figure in (own, other)]
+        print(f"{row.title:22}{figures[0]:>14}  {row.other:<14}{figures[1]:>12}  {own / other:>6.2f}  {row.goal}".rstrip())
+
+
+def main():
+    with tempfile.TemporaryDirectory(prefix="bench-", dir=TREE / "build") as folder:
+        print_table(measure_all(Path(folder)))
+    print(f"\nMedians of {ROUNDS} rounds. Commit: private dirty pages and swapped ones.")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,131 @@
+#!/usr/bin/env python3
+"""Writes a picture of every page and dialog, on every phone, in every language there is.
+
+    shots.py DIR
+
+The pictures are called <phone>-<language>-<view>.png. The program runs on copies of the phones with names of their own
+and a clock that stands still, so that the pictures of two builds can be compared point by point.
+"""
+import itertools
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+from dataclasses import dataclass
+from pathlib import Path
+from typing import Optional
+
+from phone_copy import RUN_WINE, SIMULATOR, TREE, PhoneCopy, delivered_phones, windows_path
+
+INSTALL_FOLDER = Path("root", "Program Files", "Kelvane")
+SETTINGS_KEY = r"HKEY_CURRENT_USER\Software\Tessaryn\Kelvane"
+CLOCK = "2008-03-07 14:05:00"
+TIME_LIMIT = 120  # seconds, for one phone in one language
+
+
+@dataclass(frozen=True)
+class Language:
+    name: str
+    number: int  # the registry's value "lang"
+    file: Optional[str]  # in languages/
+
+
+@dataclass(frozen=True)
+class View:
+    name: str
+    page: int  # of the property sheet, from 0
+    control: Optional[int] = None  # on that page, opens the dialog in question
+    panel: bool = False  # with the input panel up
+
+
+LANGUAGES = [
+    Language("english", 0, None),
+    Language("german", 1, "kvl_DE.txt"),
+]
+
+VIEWS = [
+    View("display", 0),
+    View("alarms", 1),
+    View("advanced", 2),
+    View("profiles", 3),
+    View("addon", 4),
+    View("about", 5),
+    View("display-panel", 0, panel=True),
+]
+
+
+def set_up(phone: PhoneCopy, language: Language):
+    phone.set_facts("clock", now=CLOCK)
+    phone.set_registry(SETTINGS_KEY, "lang", f"dword:{language.number:08x}")
+    if language.file:
+        (phone.folder / INSTALL_FOLDER).mkdir(parents=True, exist_ok=True)
+        shutil.copy(TREE / "languages" / language.file, phone.folder / INSTALL_FOLDER)
+
+
+def panel_button(phone: PhoneCopy):
+    """Its middle: between the soft keys since Windows Mobile 5, at the right end before."""
+    width, height = phone.screen
+    return (width // 2 if phone.os_major >= 5 else width - int(20 * phone.scale)), height - int(13 * phone.scale)
+
+
+def steps_of(view: View, phone: PhoneCopy, picture: Path):
+    """The steps of shots.exe to one view and back to the plain sheet."""
+    tap_panel = "tap {} {}".format(*panel_button(phone))
+    yield f"page {view.page}"
+    if view.control is not None:
+        yield f"command {view.control}"
+    if view.panel:
+        yield tap_panel
+    yield f"shot {windows_path(picture)}"
+    if view.panel:
+        yield tap_panel
+    if view.control is not None:
+        yield "close"
+
+
+def follow(steps, phone: PhoneCopy):
+    """Lets shots.exe walk through the program on the phone, in a desktop window of the phone's size."""
+    script, status = phone.folder / "shots.steps", phone.folder / "shots.status"
+    script.write_text("\n".join(steps) + "\n", encoding="utf-8")
+    # Relative paths, because what follows the desktop is not quoted on its way.
+    script_path, status_path = (os.path.relpath(path, SIMULATOR).replace("/", "\\") for path in (script, status))
+    desktop = "/desktop={},{}x{}".format(phone.name, *phone.screen)
+    subprocess.run([RUN_WINE, "explorer", desktop, "session.exe", status_path, "shots.exe", script_path, "kvsettings.exe"],
+                   cwd=SIMULATOR, env=phone.environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                   timeout=TIME_LIMIT, check=True)
+    if not status.exists() or status.read_text().strip() != "0":
+        sys.exit(f"shots: no pictures of {phone.name}")
+
+
+def take_pictures(original: Path, language: Language, folder: Path):
+    """Bitmaps of every view of a phone in a language, in the folder."""
+    with PhoneCopy(original, folder, f"shots-{language.name}") as phone:
+        set_up(phone, language)
+        pictures = [folder / f"{original.name}-{language.name}-{view.name}.bmp" for view in VIEWS]
+        follow(itertools.chain.from_iterable(map(lambda view, picture: steps_of(view, phone, picture), VIEWS, pictures)),
+               phone)
+        return pictures
+
+
+def write_pngs(bitmaps, target: Path):
+    # Without the times that would make two files of the same picture differ.
+    subprocess.run(["mogrify", "-format", "png", "-path", target, "-strip", "-define", "png:exclude-chunks=date,time",
+                    *bitmaps], check=True)
+
+
+def main():
+    if len(sys.argv) != 2:
+        sys.exit("usage: shots.py DIR")
+    target = Path(sys.argv[1])
+    target.mkdir(parents=True, exist_ok=True)
+    with tempfile.TemporaryDirectory(prefix="shots-", dir=TREE / "build") as folder:
+        bitmaps = []
+        for original, language in itertools.product(delivered_phones(), LANGUAGES):
+            bitmaps += take_pictures(original, language, Path(folder))
+        write_pngs(bitmaps, target)
+    print(f"{len(bitmaps)} pictures in {target}")
+
+
+if __name__ == "__main__":
+    main()
