@@ -41,50 +41,72 @@ template <size_t capacity> void buildLogPath(wchar_t (&path)[capacity])
     formatText(path, L"%s%s", folder, logName);
 }
 
-HANDLE openLogFile(const wchar_t *path)
-{
-    return CreateFileW(path, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-}
+// An open file, closed at the end of its scope at the latest.
+class LogFile {
+public:
+    explicit LogFile(const wchar_t *path) { open(path); }
+    LogFile(const LogFile &) = delete;
+    LogFile &operator=(const LogFile &) = delete;
+    ~LogFile() { close(); }
+
+    bool isOpen() const { return handle != INVALID_HANDLE_VALUE; }
+    void startAgainWhenFull(const wchar_t *path);
+    bool moveToEnd() { return SetFilePointer(handle, 0, nullptr, FILE_END) != INVALID_SET_FILE_POINTER; }
+    void write(const char *bytes);
+
+private:
+    void open(const wchar_t *path)
+    {
+        handle = CreateFileW(path, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    }
+    void close()
+    {
+        if (isOpen())
+            CloseHandle(handle);
+        handle = INVALID_HANDLE_VALUE;
+    }
+
+    HANDLE handle;
+};
 
 // A log whose size cannot be told is not thrown away.
-bool isFull(HANDLE file)
+void LogFile::startAgainWhenFull(const wchar_t *path)
 {
-    const DWORD size = GetFileSize(file, nullptr);
-    return size != INVALID_FILE_SIZE && size > logSizeLimit;
+    const DWORD size = GetFileSize(handle, nullptr);
+    if (size == INVALID_FILE_SIZE || size <= logSizeLimit)
+        return;
+    close();
+    DeleteFileW(path);
+    open(path);
 }
 
-// The log opened for appending, started afresh when it is full; INVALID_HANDLE_VALUE when that is not possible.
-HANDLE openLog()
-{
-    wchar_t path[MAX_PATH + countOf(logName)];
-    buildLogPath(path);
-    HANDLE file = openLogFile(path);
-    if (file == INVALID_HANDLE_VALUE)
-        return file;
-    if (isFull(file)) {
-        CloseHandle(file);
-        DeleteFileW(path);
-        file = openLogFile(path);
-    }
-    return file;
-}
-
-void writeBytes(HANDLE file, const char *bytes)
+void LogFile::write(const char *bytes)
 {
     DWORD written;
-    WriteFile(file, bytes, static_cast<DWORD>(strlen(bytes)), &written, nullptr);
+    WriteFile(handle, bytes, static_cast<DWORD>(strlen(bytes)), &written, nullptr);
 }
 
-void appendLine(HANDLE file, const char *text)
+void appendLine(LogFile &file, const char *text)
 {
-    SetFilePointer(file, 0, nullptr, FILE_END);
     SYSTEMTIME now;
     GetLocalTime(&now);
     char prefix[32];
     formatText(prefix, "%02d/%02d %02d:%02d:%02d ->", now.wDay, now.wMonth, now.wHour, now.wMinute, now.wSecond);
-    writeBytes(file, prefix);
-    writeBytes(file, text);
-    writeBytes(file, "\r\n");
+    file.write(prefix);
+    file.write(text);
+    file.write("\r\n");
+}
+
+void appendToLog(const char *text)
+{
+    wchar_t path[MAX_PATH + countOf(logName)];
+    buildLogPath(path);
+    LogFile file(path);
+    if (!file.isOpen())
+        return;
+    file.startAgainWhenFull(path);
+    if (file.isOpen() && file.moveToEnd())
+        appendLine(file, text);
 }
 
 bool isWanted(const char *text)
@@ -98,10 +120,10 @@ void writeLog(const char *text)
 {
     if (!isWanted(text) || !takeLogLock())
         return;
-    const HANDLE file = openLog();
-    if (file != INVALID_HANDLE_VALUE) {
-        appendLine(file, text);
-        CloseHandle(file);
+    try {
+        appendToLog(text);
+    } catch (...) {
+        // There is no log to say it in.
     }
     LeaveCriticalSection(&logLock);
 }

@@ -56,6 +56,17 @@ void loadHelpIcon(HWND page)
     SendDlgItemMessageW(page, IDC_HELP_ICON, STM_SETICON, reinterpret_cast<WPARAM>(icon), 0);
 }
 
+// A template that serves both orientations cannot know where the page's right edge is.
+void moveHelpIconToEdge(HWND page)
+{
+    const HWND icon = GetDlgItem(page, IDC_HELP_ICON);
+    RECT client, area;
+    GetClientRect(page, &client);
+    if (icon && GetWindowRect(icon, &area))
+        SetWindowPos(icon, nullptr, client.right - (area.right - area.left) - scaleX(3), scaleY(1), 0, 0,
+                     SWP_NOSIZE | SWP_NOZORDER);
+}
+
 void destroyHelpIcon(HWND page)
 {
     DestroyIcon(reinterpret_cast<HICON>(SendDlgItemMessageW(page, IDC_HELP_ICON, STM_SETICON, 0, 0)));
@@ -95,6 +106,9 @@ INT_PTR pageChromeMessage(const PageChrome &chrome, HWND page, UINT message, WPA
     case WM_INITDIALOG:
         loadHelpIcon(page);
         return TRUE;
+    case WM_SIZE:
+        moveHelpIconToEdge(page);
+        return FALSE;
     case WM_DESTROY:
         destroyHelpIcon(page);
         return FALSE;

@@ -1,15 +1,17 @@
 #include "text.h"
 
+// The phone's formatters leave the text open when it does not fit, and wherever they meet a character they cannot
+// convert; zeros in advance end it in both cases.
 void formatInto(wchar_t *to, size_t capacity, const wchar_t *format, va_list arguments)
 {
+    memset(to, 0, capacity * sizeof *to);
     _vsnwprintf(to, capacity - 1, format, arguments);
-    to[capacity - 1] = 0;   // the phone's formatter leaves the text open when it does not fit
 }
 
 void formatInto(char *to, size_t capacity, const char *format, va_list arguments)
 {
+    memset(to, 0, capacity);
     _vsnprintf(to, capacity - 1, format, arguments);
-    to[capacity - 1] = 0;
 }
 
 void copyInto(wchar_t *to, size_t capacity, const wchar_t *from)

@@ -160,7 +160,7 @@ void paintTitleBar(HDC dc, const RECT &bar) {
         drawOkButton(dc, bar, okOwner() == nullptr);
         right = okButtonArea(bar).left - px(3);
     }
-    RECT clock{right - px(34), 0, right, bar.bottom};
+    RECT clock{right - px(38), 0, right, bar.bottom};
     drawText(dc, clockText(), clock, phoneFont(px(12), true), DT_RIGHT);
     drawSpeaker(dc, clock.left - px(15));
     drawSignal(dc, clock.left - px(31));

@@ -156,9 +156,24 @@ Place defaultPlace(Place asked) {
 
 } // namespace
 
+UINT postedHelp() {
+    static const UINT message = RegisterWindowMessageW(L"Phone Simulator posted help");
+    return message;
+}
+
+// Turns our stand-in back into the WM_HELP that was posted.
+LRESULT CALLBACK watchMessages(int code, WPARAM wParam, LPARAM lParam) {
+    auto *message = reinterpret_cast<MSG *>(lParam);
+    if (code == HC_ACTION && message->message == postedHelp()) {
+        message->message = WM_HELP;
+    }
+    return CallNextHookEx(nullptr, code, wParam, lParam);
+}
+
 void watchThread() {
     if (threadHook == nullptr) {
         threadHook = SetWindowsHookExW(WH_CBT, watchWindows, nullptr, GetCurrentThreadId());
+        SetWindowsHookExW(WH_GETMESSAGE, watchMessages, nullptr, GetCurrentThreadId());
     }
 }
 
@@ -227,9 +242,10 @@ BOOL WINAPI simSetForegroundWindow(HWND window) {
     return SetForegroundWindow(window);
 }
 
+// A phone lets a program post WM_HELP to itself; Wine refuses, since its lParam is an address.
 BOOL WINAPI simPostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     sim::journalMessage(window, message, wParam, lParam);
-    return PostMessageW(window, message, wParam, lParam);
+    return PostMessageW(window, message == WM_HELP ? sim::postedHelp() : message, wParam, lParam);
 }
 
 LRESULT WINAPI simSendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {

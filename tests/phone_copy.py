@@ -40,7 +40,9 @@ class PhoneCopy:
                        stderr=subprocess.DEVNULL, check=False)
 
     def set_facts(self, section, **facts):
-        self.facts.setdefault(section, {}).update(facts)
+        if not self.facts.has_section(section):
+            self.facts.add_section(section)
+        self.facts[section].update(facts)
         with open(self.folder / "phone.ini", "w", encoding="utf-8") as file:
             self.facts.write(file, space_around_delimiters=False)
 

@@ -79,6 +79,7 @@ TestPhone::TestPhone(const char *base)
 TestPhone::~TestPhone()
 {
     SimClearFaults();
+    SimSetSetting(L"storage", L"readonly", L"");   // or the phone's own files could not go
     SimSetClock(nullptr);
     SimDeletePhoneRegistry(name.c_str());
     std::error_code ignored;
