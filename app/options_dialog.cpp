@@ -78,6 +78,15 @@ void arrangeSheet(HWND sheet)
     SHCreateMenuBar(&bar);
 }
 
+// Nothing thrown in a step may leave the dialog procedure, and the steps after it are still due.
+void contained(void (*step)())
+{
+    try {
+        step();
+    } catch (...) {
+    }
+}
+
 // ---- Beginning ----------------------------------------------------------------------------------------------------
 
 void initializeCommonControls()
@@ -102,7 +111,7 @@ void createMediaPlayer()
 void loadSettings()
 {
     getAppPath();
-    getDeviceType();
+    contained(getDeviceType);
     getUserSettings();
 }
 
@@ -154,7 +163,7 @@ void beginOptions(HWND dialog)
     loadSettings();
     checkStartProfile();
     createDrawingObjects();
-    readSkinColors();
+    contained(readSkinColors);
     // A page ends the dialog before the sheet returns, so it is never shown itself; nor when there can be no sheet.
     if (runOptionsSheet(dialog) < 0)
         EndDialog(dialog, IDCANCEL);
@@ -191,7 +200,7 @@ void endOptions()
     freeUserSettings();
     releaseMediaPlayer();
     CoUninitialize();
-    notifyEngine();
+    contained(notifyEngine);
     // The main window is still being created, and so unknown, while its dialog runs: this goes nowhere, and the process
     // ends by WinMain returning.
     SendMessageW(mainWindow, WM_CLOSE, 0, 0);

@@ -2,8 +2,23 @@
 
 #include "phone.h"
 
+namespace {
+
+// The library allocates a thread's account of exceptions at its first throw. Have it done while there is memory: a throw
+// that finds none ends the program.
+void openExceptionAccount()
+{
+    try {
+        throw 0;
+    } catch (...) {
+    }
+}
+
+}   // namespace
+
 extern "C" int WINAPI wWinMain(HINSTANCE instance, HINSTANCE previous, LPWSTR commandLine, int showCommand)
 {
+    openExceptionAccount();
     return WinMain(instance, previous, commandLine, showCommand);
 }
 

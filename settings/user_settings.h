@@ -64,7 +64,9 @@ struct UserSettings {
     DWORD startupDelay;
 
     DWORD activeProfiles;   // bit 1 << n for profile n; profile 0 is always in use and has no bit
-    wchar_t profileNames[profileCount][profileNameCapacity];   // profile1 .. profile7
+    // profile1 .. profile7. The first begins empty, so that a registry without it is noticed when loading.
+    wchar_t profileNames[profileCount][profileNameCapacity] = {L"",     L"Work", L"Meeting", L"Night",
+                                                               L"Loud", L"Car",  L"Flight"};
 
     DWORD noBacklight;
     DWORD autoAnswer;
@@ -118,11 +120,12 @@ constexpr size_t userSettingCount = 71;
 extern const UserSettingRow userSettingRows[userSettingCount];
 
 // Fills the record and applies the system tweaks. Returns 0; the status of opening the program's key when that fails (then
-// nothing is read); or the status of opening or closing the volume key at the end. Values that cannot be read leave their
-// field alone.
+// nothing is read but all profiles have names); the status of opening or closing the volume key at the end; or
+// ERROR_OUTOFMEMORY after an exception, which is logged. Values that cannot be read leave their field alone.
 LONG getUserSettings();
 
-// Writes the record. Returns the status of creating the key, or of closing it; single failures are ignored.
+// Writes the record. Returns the status of creating the key, or of closing it; single failures are ignored. After an
+// exception, which is logged, ERROR_OUTOFMEMORY.
 LONG saveUserSettings();
 
 // Gives all seven profiles their default names in the current language.

@@ -158,16 +158,6 @@ TEST_CASE("texts in a format are as wide as the format")
     CHECK(std::string(narrowText) == "** line -1");
 }
 
-TEST_CASE("a character that cannot be converted ends the text, with nothing of the buffer's former content behind")
-{
-    TestPhone phone;
-    Guarded<char, 32> to;
-    formatText(to.buffer, "<%S>", L"ab\x4E2D");
-    REQUIRE(to.isIntact());
-    CHECK(to.content().find('x') == std::string::npos);
-    CHECK(to.content().substr(0, 1) == "<");
-}
-
 TEST_CASE("numbers are formatted as they are used")
 {
     TestPhone phone;

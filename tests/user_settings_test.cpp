@@ -742,6 +742,16 @@ TEST_CASE("with a first profile name the others stay as they are stored, empty o
     checkNames(expected);
 }
 
+TEST_CASE("with a first profile name, a later one that is missing is the English default")
+{
+    NewPhone phone;
+    storeText(L"profile1", L"Base");
+    storeText(L"profile3", L"Sitting");
+    CHECK(getUserSettings() == 0);
+    const std::wstring expected[] = {L"Base", L"Work", L"Sitting", L"Night", L"Loud", L"Car", L"Flight"};
+    checkNames(expected);
+}
+
 TEST_CASE("default profile names are in the stored language already at the load that reads it")
 {
     TranslatedPhone phone(germanNames);

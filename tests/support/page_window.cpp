@@ -17,8 +17,9 @@ PageWindow::PageWindow(int dialogTemplate, DLGPROC procedure)
     parent = CreateWindowExW(0, L"Static", L"", WS_POPUP, 0, 0, 480, 640, nullptr, nullptr, appInstance, nullptr);
     const HRSRC resource = FindResourceW(appInstance, MAKEINTRESOURCEW(dialogTemplate), RT_DIALOG);
     REQUIRE(resource);
-    page = CreateDialogIndirectParamW(appInstance, static_cast<const DLGTEMPLATE *>(LockResource(LoadResource(appInstance, resource))),
-                                      parent, procedure, 0);
+    page = CreateDialogIndirectParamW(
+        appInstance, static_cast<const DLGTEMPLATE *>(LockResource(LoadResource(appInstance, resource))), parent,
+        procedure, 0);
     REQUIRE(page);
 }
 
@@ -167,16 +168,18 @@ void CALLBACK driveSheet(HWND, UINT, UINT_PTR timer, DWORD)
         cancelSheet(sheet);
 }
 
-} // namespace
+}   // namespace
 
 void runOptions(const std::function<void(HWND sheet)> &script)
 {
     pendingScript = &script;
     const HRSRC resource = FindResourceW(appInstance, MAKEINTRESOURCEW(IDD_OPTIONS), RT_DIALOG);
     REQUIRE(resource);
-    SetTimer(nullptr, 0, 20, driveSheet);
-    DialogBoxIndirectParamW(appInstance, static_cast<const DLGTEMPLATE *>(LockResource(LoadResource(appInstance, resource))),
+    const UINT_PTR timer = SetTimer(nullptr, 0, 20, driveSheet);
+    DialogBoxIndirectParamW(appInstance,
+                            static_cast<const DLGTEMPLATE *>(LockResource(LoadResource(appInstance, resource))),
                             nullptr, OptionsDialogProc, 0);
+    KillTimer(nullptr, timer);   // still there when no sheet has appeared
 }
 
 // What the end of the process would take away: the main window with its class, and the quit message it leaves.

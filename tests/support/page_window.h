@@ -15,11 +15,11 @@ public:
     PageWindow &operator=(const PageWindow &) = delete;
 
     HWND handle() const { return page; }
-    HWND control(int id) const;                       // fails the test when there is none
+    HWND control(int id) const;   // fails the test when there is none
     std::wstring text(int id) const;
     std::wstring entry(int combo, int index) const;   // of a drop-down list
     int entryCount(int combo) const;
-    int selection(int combo) const;                   // -1 for none
+    int selection(int combo) const;   // -1 for none
     void select(int combo, int index) const;
     bool isChecked(int id) const;
     void click(int id) const;

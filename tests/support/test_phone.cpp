@@ -61,7 +61,7 @@ std::vector<std::string> linesOf(const std::string &text)
     return lines;
 }
 
-} // namespace
+}   // namespace
 
 TestPhone::TestPhone(const char *base)
 {
@@ -70,7 +70,9 @@ TestPhone::TestPhone(const char *base)
     fs::remove_all(folderPath);   // process numbers come back: a test that crashed may have left its phone
     SimDeletePhoneRegistry(name.c_str());
     fs::copy(phonesFolder() / base, folderPath, fs::copy_options::recursive);
+    // What the phone has gathered in the build tree since it was delivered.
     fs::remove(folderPath / "journal.log");
+    fs::remove(folderPath / "root" / "Program Files" / "Kelvane" / "Kelvane.log");
     setName(folderPath, name);
     hostFolder = folderPath.wstring();
     REQUIRE(SimUsePhone(hostFolder.c_str()));
@@ -90,7 +92,8 @@ void TestPhone::writeFile(const wchar_t *path, const std::string &bytes) const
 {
     const fs::path file = hostPathOf(path);
     fs::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary | std::ios::trunc).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    std::ofstream(file, std::ios::binary | std::ios::trunc)
+        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
 std::string TestPhone::readFile(const wchar_t *path) const
@@ -163,8 +166,9 @@ struct OpenKey {
     OpenKey(HKEY root, const wchar_t *path, bool create)
     {
         DWORD disposition;
-        const LONG status = create ? RegCreateKeyExW(root, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, &disposition)
-                                   : RegOpenKeyExW(root, path, 0, KEY_ALL_ACCESS, &key);
+        const LONG status =
+            create ? RegCreateKeyExW(root, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, &disposition)
+                   : RegOpenKeyExW(root, path, 0, KEY_ALL_ACCESS, &key);
         if (status != ERROR_SUCCESS)
             key = nullptr;
     }
@@ -206,8 +210,8 @@ std::vector<std::wstring> valueNames(HKEY key)
 {
     std::vector<std::wstring> names;
     wchar_t valueName[256];
-    for (DWORD index = 0, size = 256; RegEnumValueW(key, index, valueName, &size, nullptr, nullptr, nullptr, nullptr) == 0;
-         ++index, size = 256)
+    for (DWORD index = 0, size = 256;
+         RegEnumValueW(key, index, valueName, &size, nullptr, nullptr, nullptr, nullptr) == 0; ++index, size = 256)
         names.emplace_back(valueName, size);
     std::sort(names.begin(), names.end());
     return names;
@@ -217,14 +221,14 @@ std::vector<std::wstring> subkeyNames(HKEY key)
 {
     std::vector<std::wstring> names;
     wchar_t keyName[256];
-    for (DWORD index = 0, size = 256; RegEnumKeyExW(key, index, keyName, &size, nullptr, nullptr, nullptr, nullptr) == 0;
-         ++index, size = 256)
+    for (DWORD index = 0, size = 256;
+         RegEnumKeyExW(key, index, keyName, &size, nullptr, nullptr, nullptr, nullptr) == 0; ++index, size = 256)
         names.emplace_back(keyName, size);
     std::sort(names.begin(), names.end());
     return names;
 }
 
-} // namespace
+}   // namespace
 
 StoredValue storedValue(const wchar_t *valueName, const wchar_t *keyPath, HKEY root)
 {
@@ -236,7 +240,8 @@ StoredValue storedValue(const wchar_t *valueName, const wchar_t *keyPath, HKEY r
     value.bytes.resize(size);
     value.present = true;
     if (size)
-        REQUIRE(RegQueryValueExW(open.key, valueName, nullptr, &value.type, value.bytes.data(), &size) == ERROR_SUCCESS);
+        REQUIRE(RegQueryValueExW(open.key, valueName, nullptr, &value.type, value.bytes.data(), &size) ==
+                ERROR_SUCCESS);
     return value;
 }
 
@@ -263,7 +268,8 @@ void storeBytes(const wchar_t *valueName, DWORD type, const void *bytes, size_t 
 {
     OpenKey open(root, key, true);
     REQUIRE(open.key);
-    REQUIRE(RegSetValueExW(open.key, valueName, 0, type, static_cast<const BYTE *>(bytes), static_cast<DWORD>(size)) == 0);
+    REQUIRE(RegSetValueExW(open.key, valueName, 0, type, static_cast<const BYTE *>(bytes), static_cast<DWORD>(size)) ==
+            0);
 }
 
 void storeNumber(const wchar_t *valueName, DWORD value, const wchar_t *key, HKEY root)
@@ -341,18 +347,20 @@ std::string goldenFile(const char *fileName)
 
 std::string narrow(const std::wstring &text)
 {
-    std::string utf8(static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr,
-                                                             0, nullptr, nullptr)),
+    std::string utf8(static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
+                                                             nullptr, 0, nullptr, nullptr)),
                      '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), utf8.data(), static_cast<int>(utf8.size()),
-                        nullptr, nullptr);
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), utf8.data(),
+                        static_cast<int>(utf8.size()), nullptr, nullptr);
     return utf8;
 }
 
 std::wstring widen(const std::string &utf8)
 {
     std::wstring text(
-        static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), nullptr, 0)), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), text.data(), static_cast<int>(text.size()));
+        static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), nullptr, 0)),
+        L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), text.data(),
+                        static_cast<int>(text.size()));
     return text;
 }

@@ -58,7 +58,8 @@ StoredValue storedValue(const wchar_t *name, const wchar_t *key = kelvaneKey, HK
 DWORD storedNumber(const wchar_t *name, const wchar_t *key = kelvaneKey, HKEY root = HKEY_CURRENT_USER);
 std::wstring storedText(const wchar_t *name, const wchar_t *key = kelvaneKey, HKEY root = HKEY_CURRENT_USER);
 void storeNumber(const wchar_t *name, DWORD value, const wchar_t *key = kelvaneKey, HKEY root = HKEY_CURRENT_USER);
-void storeText(const wchar_t *name, const std::wstring &text, const wchar_t *key = kelvaneKey, HKEY root = HKEY_CURRENT_USER);
+void storeText(const wchar_t *name, const std::wstring &text, const wchar_t *key = kelvaneKey,
+               HKEY root = HKEY_CURRENT_USER);
 void storeBytes(const wchar_t *name, DWORD type, const void *bytes, size_t size, const wchar_t *key = kelvaneKey,
                 HKEY root = HKEY_CURRENT_USER);
 void removeValue(const wchar_t *name, const wchar_t *key = kelvaneKey, HKEY root = HKEY_CURRENT_USER);
