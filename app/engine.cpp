@@ -1,5 +1,6 @@
 #include "engine.h"
 
+#include "optional_function.h"
 #include "registry.h"
 #include "shell_values.h"
 
@@ -22,6 +23,14 @@ bool readStoredWindow(const wchar_t *keyPath, HWND &window)
     return true;
 }
 
+// Null on a phone that does not tell.
+HWND desktopWindow()
+{
+    using GetDesktopWindowFunction = HWND(WINAPI *)();
+    const auto getDesktopWindow = optionalFunction<GetDesktopWindowFunction>(L"coredll.dll", L"GetDesktopWindow");
+    return getDesktopWindow ? getDesktopWindow() : nullptr;
+}
+
 HWND firstChild(HWND window)
 {
     return window ? GetWindow(window, GW_CHILD) : nullptr;
@@ -30,7 +39,7 @@ HWND firstChild(HWND window)
 // First window of the third level: below the first window of the second, or below its next sibling.
 HWND thirdLevel()
 {
-    const HWND second = firstChild(firstChild(GetDesktopWindow()));
+    const HWND second = firstChild(firstChild(desktopWindow()));
     if (!second)
         return nullptr;
     const HWND third = firstChild(second);

@@ -132,8 +132,9 @@ void repairNotificationLed()
         writeNumber(key, L"LedRefCount", 1);
 }
 
-// The maker's text is made narrow first: the formatter would stop at a character that is not plain ASCII.
-void logDeviceType(const wchar_t *oem)
+// The maker's text is made narrow first: the formatter would stop at a character that is not plain ASCII. Never part of
+// its caller, whose own buffers would then lie on the stack together with these.
+[[gnu::noinline]] void logDeviceType(const wchar_t *oem)
 {
     char narrowOem[oemCapacity];
     char line[oemCapacity + 128];

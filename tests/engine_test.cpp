@@ -10,7 +10,7 @@
 #include "shell_values.h"
 #include "test_phone.h"
 
-IMPORTED(GetDesktopWindow);
+IMPORTED(GetProcAddressW);
 IMPORTED(GetWindow);
 IMPORTED(GetClassNameW);
 IMPORTED(PostMessageW);
@@ -80,7 +80,14 @@ private:
     }
 
     std::map<HWND, FakeWindow> windows;
-    Intercept<__imp_GetDesktopWindow> desktopWindow{[]() -> HWND { return desktop; }};
+    static HWND WINAPI desktopWindow() { return desktop; }
+    static FARPROC WINAPI lookUp(HMODULE, LPCWSTR name)
+    {
+        CHECK(std::wstring(name) == L"GetDesktopWindow");
+        return reinterpret_cast<FARPROC>(reinterpret_cast<void *>(desktopWindow));
+    }
+
+    Intercept<__imp_GetProcAddressW> function{lookUp};
     Intercept<__imp_GetWindow> window{related};
     Intercept<__imp_GetClassNameW> name{className};
 };
@@ -112,6 +119,14 @@ TEST_CASE("the window the engine has stored is its window, whether there is one 
         storeNumber(handleValue, stored);
         CHECK(findEngineWindow(L"KelvaneZorCls") == windowNumbered(stored));
     }
+}
+
+TEST_CASE("a phone that does not tell its desktop window has no engine in its tree")
+{
+    TestPhone phone;
+    forgetStoredWindow();
+    phone.set(L"exports", L"missing", L"GetDesktopWindow");
+    CHECK(findEngineWindow(L"KelvaneZorCls") == nullptr);
 }
 
 TEST_CASE("a stored window outweighs a window in the tree")

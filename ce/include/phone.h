@@ -45,6 +45,8 @@ constexpr int SYSTEM_FONT = 13;   // the only stock font of a phone
 PHONE_API LRESULT WINAPI SendMessageTimeout(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT flags,
                                             UINT milliseconds, DWORD_PTR *result);
 
+PHONE_API FARPROC WINAPI GetProcAddressW(HMODULE module, const wchar_t *name);   // a wide name, unlike the desktop's
+
 // A loaded resource is its address: the phone has no function for it.
 #define LockResource(resource) static_cast<void *>(resource)
 
