@@ -116,7 +116,7 @@ INT_PTR pageChromeMessage(const PageChrome &chrome, HWND page, UINT message, WPA
         paintPage(chrome, page);
         return TRUE;
     case WM_COMMAND:
-        if (LOWORD(wParam) != IDC_HELP_ICON)
+        if (wParam != MAKEWPARAM(IDC_HELP_ICON, STN_CLICKED))   // the second tap of two is no further request
             return FALSE;
         PostMessageW(page, WM_HELP, 0, 0);
         return TRUE;

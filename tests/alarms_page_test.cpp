@@ -50,7 +50,7 @@ std::wstring selectedText(const PageWindow &page, int list)
     return page.selection(list) < 0 ? L"" : page.entry(list, page.selection(list));
 }
 
-} // namespace
+}   // namespace
 
 // ---- Texts ------------------------------------------------------------------------------------------------------------
 
@@ -72,7 +72,7 @@ constexpr Label labels[] = {
     {1294, L"Don't activate backlight on alarm", L"Bei Alarm keine Beleuchtung"},
 };
 
-} // namespace
+}   // namespace
 
 TEST_CASE("the Alarms page is labelled in English by default")
 {
@@ -118,10 +118,11 @@ TEST_CASE("the lists of the Alarms page hold exactly their entries in English")
     StartedPhone phone;
     AlarmsPage page;
     checkEntries(page, 1075, {L"1 x", L"2 x", L"3 x"});
-    checkEntries(page, 1072,
-                 {L"20 sec", L"30 sec", L" 1 min", L" 2 min", L" 3 min", L" 4 min", L" 5 min", L"10 min", L"15 min",
-                  L"30 min"});
-    checkEntries(page, 1074, {L"1 x", L"2 x", L"3 x", L"4 x", L"5 x", L"7 x", L"10 x", L"15 x", L"20 x", L"30 x", L"Endless"});
+    checkEntries(
+        page, 1072,
+        {L"20 sec", L"30 sec", L" 1 min", L" 2 min", L" 3 min", L" 4 min", L" 5 min", L"10 min", L"15 min", L"30 min"});
+    checkEntries(page, 1074,
+                 {L"1 x", L"2 x", L"3 x", L"4 x", L"5 x", L"7 x", L"10 x", L"15 x", L"20 x", L"30 x", L"Endless"});
     checkEntries(page, 1181, {L"40", L"35", L"30", L"25", L"20", L"15", L"10"});
 }
 
@@ -134,7 +135,8 @@ TEST_CASE("the units and the endless entry of the Alarms page's lists are transl
     checkEntries(page, 1072,
                  {L"20 Sek.", L"30 Sek.", L" 1 Min.", L" 2 Min.", L" 3 Min.", L" 4 Min.", L" 5 Min.", L"10 Min.",
                   L"15 Min.", L"30 Min."});
-    checkEntries(page, 1074, {L"1 x", L"2 x", L"3 x", L"4 x", L"5 x", L"7 x", L"10 x", L"15 x", L"20 x", L"30 x", L"Endlos"});
+    checkEntries(page, 1074,
+                 {L"1 x", L"2 x", L"3 x", L"4 x", L"5 x", L"7 x", L"10 x", L"15 x", L"20 x", L"30 x", L"Endlos"});
     checkEntries(page, 1181, {L"40", L"35", L"30", L"25", L"20", L"15", L"10"});
 }
 
@@ -179,7 +181,7 @@ TEST_CASE("every stored tone count is shown as its entry")
 TEST_CASE("every stored interval position is shown as its entry, whatever the seconds say")
 {
     StartedPhone phone;
-    const wchar_t *const expected[] = {L"20 sec", L"30 sec", L" 1 min", L" 2 min",  L" 3 min",
+    const wchar_t *const expected[] = {L"20 sec", L"30 sec", L" 1 min", L" 2 min", L" 3 min",
                                        L" 4 min", L" 5 min", L"10 min", L"15 min", L"30 min"};
     userSettings.soundDelay = 60;
     for (DWORD position = 0; position < 10; ++position) {
@@ -210,7 +212,8 @@ TEST_CASE("a stored position that a list does not have selects nothing")
     struct Row {
         DWORD tone, interval, repetitions;
     };
-    for (const Row &row : {Row{3, 10, 11}, Row{none, none, none}, Row{100, 1800, 9999}, Row{0x80000000, 0x7FFFFFFF, 0x80000000}}) {
+    for (const Row &row :
+         {Row{3, 10, 11}, Row{none, none, none}, Row{100, 1800, 9999}, Row{0x80000000, 0x7FFFFFFF, 0x80000000}}) {
         userSettings.soundRepeatTone = row.tone;
         userSettings.soundDelayOff = row.interval;
         userSettings.soundRepeatOff = row.repetitions;
@@ -231,11 +234,10 @@ TEST_CASE("a stored battery level is shown when the list has it, at 5 and below 
         const wchar_t *text;
     };
     constexpr Row rows[] = {
-        {40, 0, L"40"},   {35, 1, L"35"},          {30, 2, L"30"},         {25, 3, L"25"}, {20, 4, L"20"},
-        {15, 5, L"15"},   {10, 6, L"10"},          {none, 4, L"20"},       {0, 4, L"20"},  {1, 4, L"20"},
-        {4, 4, L"20"},    {5, 4, L"20"},           {0x80000000, 4, L"20"}, {6, -1, L""},   {8, -1, L""},
-        {9, -1, L""},     {11, -1, L""},           {39, -1, L""},          {41, -1, L""},  {99, -1, L""},
-        {100, -1, L""},   {400, -1, L""},          {0x7FFFFFFF, -1, L""},
+        {40, 0, L"40"},         {35, 1, L"35"},   {30, 2, L"30"}, {25, 3, L"25"}, {20, 4, L"20"},        {15, 5, L"15"},
+        {10, 6, L"10"},         {none, 4, L"20"}, {0, 4, L"20"},  {1, 4, L"20"},  {4, 4, L"20"},         {5, 4, L"20"},
+        {0x80000000, 4, L"20"}, {6, -1, L""},     {8, -1, L""},   {9, -1, L""},   {11, -1, L""},         {39, -1, L""},
+        {41, -1, L""},          {99, -1, L""},    {100, -1, L""}, {400, -1, L""}, {0x7FFFFFFF, -1, L""},
     };
     for (const Row &row : rows) {
         userSettings.batteryLife = row.stored;
@@ -356,7 +358,7 @@ TEST_CASE("the translated endless entry is parsed literally")
         const wchar_t *translation;
         DWORD stored;
     };
-    constexpr Row rows[] = {{L"Endlos", 9999}, {L"4ever", 4},        {L"8", 8},      {L"0 = endless", 9999},
+    constexpr Row rows[] = {{L"Endlos", 9999}, {L"4ever", 4},       {L"8", 8},     {L"0 = endless", 9999},
                             {L"x 3", 9999},    {L"100 times", 100}, {L"24/7", 24}, {L"", 9999}};
     StartedPhone phone;
     for (const Row &row : rows) {
@@ -447,9 +449,9 @@ TEST_CASE("applying stores nothing but the nine settings of the Alarms page")
     page.apply();
     UserSettings after = userSettings;
     for (DWORD UserSettings::*field :
-         {&UserSettings::soundRepeat, &UserSettings::soundRepeatOff, &UserSettings::soundRepeatTone, &UserSettings::soundDelay,
-          &UserSettings::soundDelayOff, &UserSettings::batteryLife, &UserSettings::vibrateOnMute,
-          &UserSettings::alwaysVibrate, &UserSettings::noBacklight})
+         {&UserSettings::soundRepeat, &UserSettings::soundRepeatOff, &UserSettings::soundRepeatTone,
+          &UserSettings::soundDelay, &UserSettings::soundDelayOff, &UserSettings::batteryLife,
+          &UserSettings::vibrateOnMute, &UserSettings::alwaysVibrate, &UserSettings::noBacklight})
         before.*field = after.*field = 0;
     CHECK(memcmp(&before, &after, sizeof before) == 0);
 }
@@ -488,7 +490,7 @@ INT_PTR tellChangedPage(UINT notification, UINT_PTR id)
     });
 }
 
-} // namespace
+}   // namespace
 
 TEST_CASE("applying the Alarms page stores and ends the Options dialog with the notification's identifier")
 {

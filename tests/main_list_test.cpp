@@ -73,7 +73,7 @@ void keepOnly(const PageWindow &page, int id)
             DestroyWindow(page.control(other));
 }
 
-} // namespace
+}   // namespace
 
 // ---- Place -------------------------------------------------------------------------------------------------------------
 
@@ -88,15 +88,15 @@ struct Layout {
 
 // Panel down: 240x294, or 480x588, between title bar and the screen's bottom; up: 240x188 or 480x376.
 constexpr Layout layouts[] = {
-    {"wm6", 1266, {1, 130, 240, 118}, {1, 130, 240, 38}},   // 294 - 130 - 20 - 26; 188 - 130 - 20
-    {"wm6", 1319, {2, 53, 235, 210}, {2, 53, 235, 130}},    // 294 - 53 - 20 + 15 - 26; 188 - 53 - 20 + 15
-    {"wm6", 1097, {2, 30, 235, 233}, {2, 30, 235, 153}},    // 294 - 30 - 20 + 15 - 26; 188 - 30 - 20 + 15
-    {"vga", 1266, {2, 260, 480, 236}, {2, 260, 480, 76}},   // 588 - 260 - 40 - 52; 376 - 260 - 40
-    {"vga", 1319, {4, 106, 475, 405}, {4, 106, 475, 245}},  // 588 - 106 - 40 + 15 - 52; 376 - 106 - 40 + 15
-    {"vga", 1097, {4, 60, 475, 451}, {4, 60, 475, 291}},    // 588 - 60 - 40 + 15 - 52; 376 - 60 - 40 + 15
+    {"wm6", 1266, {1, 130, 240, 118}, {1, 130, 240, 38}},    // 294 - 130 - 20 - 26; 188 - 130 - 20
+    {"wm6", 1319, {2, 53, 235, 210}, {2, 53, 235, 130}},     // 294 - 53 - 20 + 15 - 26; 188 - 53 - 20 + 15
+    {"wm6", 1097, {2, 30, 235, 233}, {2, 30, 235, 153}},     // 294 - 30 - 20 + 15 - 26; 188 - 30 - 20 + 15
+    {"vga", 1266, {2, 260, 480, 236}, {2, 260, 480, 76}},    // 588 - 260 - 40 - 52; 376 - 260 - 40
+    {"vga", 1319, {4, 106, 475, 405}, {4, 106, 475, 245}},   // 588 - 106 - 40 + 15 - 52; 376 - 106 - 40 + 15
+    {"vga", 1097, {4, 60, 475, 451}, {4, 60, 475, 291}},     // 588 - 60 - 40 + 15 - 52; 376 - 60 - 40 + 15
 };
 
-} // namespace
+}   // namespace
 
 TEST_CASE("the main control of a page fills what the input panel leaves, at both resolutions")
 {
@@ -237,10 +237,10 @@ struct DropHeight {
     int height;
 };
 
-constexpr DropHeight dropHeights[] = {
-    {"wm6", 0, 180}, {"wm6", 1, 120}, {"vga", 0, 360}, {"vga", 1, 240}, {"landscape", 1, 120}, {"square", 1, 120}};
+constexpr DropHeight dropHeights[] = {{"wm6", 0, 180}, {"wm6", 1, 120},       {"vga", 0, 360},
+                                      {"vga", 1, 240}, {"landscape", 1, 120}, {"square", 1, 120}};
 
-} // namespace
+}   // namespace
 
 TEST_CASE("the editor controls of a list page are hidden, all others stay")
 {
@@ -341,7 +341,7 @@ Drawn draw(DWORD stage, DWORD_PTR row, LPARAM data, bool highlight)
 
 constexpr DWORD itemStage = 0x10001;
 
-} // namespace
+}   // namespace
 
 TEST_CASE("before painting the list asks to be told of each row")
 {
@@ -361,7 +361,8 @@ TEST_CASE("rows alternate between two blues and keep their text colour")
         DWORD_PTR index;
         COLORREF background;
     };
-    for (const Row &row : {Row{0, evenRow}, Row{1, oddRow}, Row{2, evenRow}, Row{3, oddRow}, Row{24, evenRow}, Row{25, oddRow}}) {
+    for (const Row &row :
+         {Row{0, evenRow}, Row{1, oddRow}, Row{2, evenRow}, Row{3, oddRow}, Row{24, evenRow}, Row{25, oddRow}}) {
         for (LPARAM data : {LPARAM(0), LPARAM(1), LPARAM(0x7FFFFFFF)}) {
             const Drawn drawn = draw(itemStage, row.index, data, false);
             INFO("row " << row.index << ", data " << data);
@@ -542,7 +543,7 @@ void checkMove(const Move &move, int key, int expected)
     }
 }
 
-} // namespace
+}   // namespace
 
 TEST_CASE("the down arrow taps the next row, but stops at the last but one")
 {
@@ -615,7 +616,7 @@ bool passes(HWND list, UINT message, WPARAM wParam)
     return !passedOn.empty() && passedOn[0].message == message && passedOn[0].wParam == wParam;
 }
 
-} // namespace
+}   // namespace
 
 TEST_CASE("only pressing the up and down arrows is kept from the list itself")
 {

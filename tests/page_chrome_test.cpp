@@ -155,7 +155,7 @@ bool isBlank(const Picture &picture)
     return picture.count(all, white) == picture.width * picture.height;
 }
 
-} // namespace
+}   // namespace
 
 // ---- Header ------------------------------------------------------------------------------------------------------------
 
@@ -235,7 +235,7 @@ BOOL WINAPI answerScrollInfo(HWND, int bar, LPSCROLLINFO info)
     return TRUE;
 }
 
-} // namespace
+}   // namespace
 
 TEST_CASE("while the scroll box is dragged its place counts as well")
 {
@@ -246,7 +246,8 @@ TEST_CASE("while the scroll box is dragged its place counts as well")
     StartedPhone phone;
     ScrolledWindow page(240);
     Intercept<__imp_GetScrollInfo> asking(answerScrollInfo);
-    for (const Row &row : {Row{0, 14, true}, Row{0, 15, false}, Row{14, 14, true}, Row{15, 14, false}, Row{15, 15, false}}) {
+    for (const Row &row :
+         {Row{0, 14, true}, Row{0, 15, false}, Row{14, 14, true}, Row{15, 14, false}, Row{15, 15, false}}) {
         shownPosition = row.shown;
         trackedPosition = row.tracked;
         Picture drawn(240, 60, white);
@@ -305,7 +306,7 @@ BOOL WINAPI notePost(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     return TRUE;
 }
 
-} // namespace
+}   // namespace
 
 TEST_CASE("a tap on the help icon posts one request for help to the page")
 {
@@ -332,6 +333,7 @@ TEST_CASE("the icon's command is answered, another control's is not")
     const LPARAM icon = reinterpret_cast<LPARAM>(page.control(helpIcon));
     CHECK(somePageProc(page.handle(), WM_COMMAND, MAKEWPARAM(helpIcon, STN_CLICKED), icon) == TRUE);
     CHECK(posted.size() == 1);
+    CHECK(somePageProc(page.handle(), WM_COMMAND, MAKEWPARAM(helpIcon, STN_DBLCLK), icon) == FALSE);
     for (int other : {IDOK, IDCANCEL, 1139, 1141, 1177})
         CHECK(somePageProc(page.handle(), WM_COMMAND, MAKEWPARAM(other, 0), 0) == FALSE);
     CHECK(posted.size() == 1);
@@ -366,8 +368,8 @@ TEST_CASE("page, labels, edit fields and check boxes get the shared background a
     for (UINT message : {WM_CTLCOLORDLG, WM_CTLCOLORSTATIC, WM_CTLCOLOREDIT, WM_CTLCOLORBTN}) {
         Picture picture(10, 10, white);
         SetBkMode(picture.dc(), OPAQUE);
-        const INT_PTR answer =
-            somePageProc(page.handle(), message, reinterpret_cast<WPARAM>(picture.dc()), reinterpret_cast<LPARAM>(page.handle()));
+        const INT_PTR answer = somePageProc(page.handle(), message, reinterpret_cast<WPARAM>(picture.dc()),
+                                            reinterpret_cast<LPARAM>(page.handle()));
         INFO("message " << message);
         CHECK(answer == reinterpret_cast<INT_PTR>(backgroundBrush));
         CHECK(GetBkMode(picture.dc()) == TRANSPARENT);
@@ -474,7 +476,29 @@ void checkHeaders(const wchar_t *SheetPage::*header)
     });
 }
 
-} // namespace
+}   // namespace
+
+TEST_CASE("on every screen the help icon stands in the page's upper right corner")
+{
+    struct Row {
+        const char *phone;
+        int left, top, size;
+    };
+    for (const Row &row : {Row{"wm6", 221, 1, 16}, Row{"wm5", 221, 1, 16}, Row{"ppc2003", 221, 1, 16},
+                           Row{"vga", 442, 2, 32}, Row{"landscape", 301, 1, 16}, Row{"square", 221, 1, 16}}) {
+        StartedPhone phone(row.phone);
+        runOptions([&](HWND sheet) {
+            for (int index = 0; index < 6; ++index) {
+                const RECT icon = placeOf(showPage(sheet, index), helpIcon);
+                INFO(std::string(row.phone) << ", page " << index);
+                CHECK(icon.left == row.left);
+                CHECK(icon.top == row.top);
+                CHECK(icon.right == row.left + row.size);
+                CHECK(icon.bottom == row.top + row.size);
+            }
+        });
+    }
+}
 
 TEST_CASE("each page of the sheet paints its header in English")
 {

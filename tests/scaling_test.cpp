@@ -37,7 +37,7 @@ void checkScaling(const std::vector<Scaled> &rows)
     }
 }
 
-} // namespace
+}   // namespace
 
 // ---- Scaling ----------------------------------------------------------------------------------------------------------
 
@@ -56,7 +56,8 @@ TEST_CASE("at 192 dots per inch a unit is two pixels")
 TEST_CASE("at 128 dots per inch thirds are rounded to the nearest pixel")
 {
     ScreenOf phone(L"128");
-    checkScaling({{0, 0}, {1, 1}, {2, 3}, {3, 4}, {4, 5}, {5, 7}, {18, 24}, {130, 173}, {-1, 0}, {-2, -2}, {-130, -172}});
+    checkScaling(
+        {{0, 0}, {1, 1}, {2, 3}, {3, 4}, {4, 5}, {5, 7}, {18, 24}, {130, 173}, {-1, 0}, {-2, -2}, {-130, -172}});
 }
 
 TEST_CASE("at 131 dots per inch pixels are rounded to the nearest, a half up")

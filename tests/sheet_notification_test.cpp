@@ -9,12 +9,12 @@
 namespace {
 
 struct Outcome {
-    INT_PTR answer;         // of the notification's handling
-    LONG_PTR sheetsResult;  // what the page leaves the sheet as its message result
-    INT_PTR ended;          // what the Options dialog was ended with
-    int stored;             // how often the page's store function was called
+    INT_PTR answer;          // of the notification's handling
+    LONG_PTR sheetsResult;   // what the page leaves the sheet as its message result
+    INT_PTR ended;           // what the Options dialog was ended with
+    int stored;              // how often the page's store function was called
     bool storedThisPage;
-    bool dialogWasOpen;     // when it was
+    bool dialogWasOpen;   // when it was
 };
 
 constexpr LONG_PTR earlierResult = 0x12;   // left by a notification before
@@ -55,7 +55,7 @@ struct StartedPhone : TestPhone {
     StartedPhone() { restartProgram(); }
 };
 
-} // namespace
+}   // namespace
 
 TEST_CASE("apply stores the page once and ends the Options dialog with the notification's identifier")
 {

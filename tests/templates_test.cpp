@@ -81,13 +81,13 @@ const std::vector<Template> &templates()
 struct Screen {
     const char *phone;
     bool portrait;
-    int scale;         // pixels for one at 96 dots per inch
-    int width, height; // of a page: the screen without title bar (26), tabs (20) and bottom bar (26)
+    int scale;           // pixels for one at 96 dots per inch
+    int width, height;   // of a page: the screen without title bar (26), tabs (20) and bottom bar (26)
 };
 
 constexpr Screen screens[] = {
-    {"wm6", true, 1, 240, 248},     {"wm5", true, 1, 240, 248},       {"ppc2003", true, 1, 240, 248},
-    {"vga", true, 2, 480, 496},     {"landscape", false, 1, 320, 168}, {"square", false, 1, 240, 168},
+    {"wm6", true, 1, 240, 248}, {"wm5", true, 1, 240, 248},        {"ppc2003", true, 1, 240, 248},
+    {"vga", true, 2, 480, 496}, {"landscape", false, 1, 320, 168}, {"square", false, 1, 240, 168},
 };
 
 bool serves(const Template &row, const Screen &screen)
@@ -98,7 +98,7 @@ bool serves(const Template &row, const Screen &screen)
 // ---- Languages -------------------------------------------------------------------------------------------------------------
 
 // The codes of language files; the first is language 1.
-constexpr const char *codes[] = {"DE", "IT", "FR", "CZ", "HB", "RU", "SP", "PT",  "SW",
+constexpr const char *codes[] = {"DE", "IT", "FR", "CZ", "HB", "RU", "SP",  "PT",  "SW",
                                  "NO", "HL", "DN", "PL", "GR", "HU", "CHS", "CHT", "JP"};
 
 struct Language {
@@ -139,7 +139,8 @@ struct StartedPhone : TestPhone {
         getAppPath();
         for (const Language &language : languages())
             if (language.number)
-                writeFile((std::wstring(installFolder) + L"\\kvl_" + widen(language.name) + L".txt").c_str(), language.file);
+                writeFile((std::wstring(installFolder) + L"\\kvl_" + widen(language.name) + L".txt").c_str(),
+                          language.file);
     }
 };
 
@@ -341,7 +342,7 @@ TemplateHeader headerOf(int id)
     return header;
 }
 
-} // namespace
+}   // namespace
 
 // ---- Templates -------------------------------------------------------------------------------------------------------------
 
@@ -569,12 +570,9 @@ struct SheetPage {
 };
 
 constexpr SheetPage sheetPages[] = {
-    {L"Display", L"Anzeige", 6, 109, 195, DisplayPageProc},
-    {L"Alarms", L"Alarme", 7, 113, 113, AlarmsPageProc},
-    {L"Adv", L"Erweitert", 91, 154, 154, AdvancedPageProc},
-    {L"Profiles", L"Profile", 92, 154, 154, ProfilesPageProc},
-    {L"Addon", L"Extras", 15, 122, 122, AddonPageProc},
-    {L"About", L"Info", 5, 120, 194, AboutPageProc},
+    {L"Display", L"Anzeige", 6, 109, 195, DisplayPageProc}, {L"Alarms", L"Alarme", 7, 113, 113, AlarmsPageProc},
+    {L"Adv", L"Erweitert", 91, 154, 154, AdvancedPageProc}, {L"Profiles", L"Profile", 92, 154, 154, ProfilesPageProc},
+    {L"Addon", L"Extras", 15, 122, 122, AddonPageProc},     {L"About", L"Info", 5, 120, 194, AboutPageProc},
 };
 
 struct AskedPage {
@@ -636,7 +634,7 @@ void checkTitles(const std::vector<std::wstring> &titles, const wchar_t *SheetPa
     }
 }
 
-} // namespace
+}   // namespace
 
 TEST_CASE("the sheet is a maximised one of six pages that begins with the first")
 {
