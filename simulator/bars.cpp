@@ -17,7 +17,7 @@ namespace {
 
 constexpr wchar_t titleBarClass[] = L"HHTaskBar";
 constexpr wchar_t bottomBarClass[] = L"menu_worker";
-constexpr UINT lookAgain = WM_APP + 1;      // to the title bar: the active window may have changed
+constexpr UINT lookAgain = WM_APP + 1;   // to the title bar: the active window may have changed
 constexpr UINT_PTR clockTimer = 1;
 constexpr UINT clockInterval = 1000;
 
@@ -29,21 +29,24 @@ HWND bottomBar;
 std::atomic<bool> lookPending{false};
 std::wstring shownTitle;   // what the title bar shows now; touched by its thread only
 
-const wchar_t *wishName(BarWish wish) {
-    static constexpr const wchar_t *names[] = {L"PhoneOkButton", L"PhoneCancelButton", L"PhoneMenuBar",
-                                               L"PhoneHidePanelButton", L"PhoneFullScreen", L"PhoneCentred"};
+const wchar_t *wishName(BarWish wish)
+{
+    static constexpr const wchar_t *names[] = {L"PhoneOkButton",        L"PhoneCancelButton", L"PhoneMenuBar",
+                                               L"PhoneHidePanelButton", L"PhoneFullScreen",   L"PhoneCentred"};
     return names[static_cast<int>(wish)];
 }
 
 // Whether the person can work with window: no bar, no drop-down list, nothing behind a modal dialog.
-bool isCandidate(HWND window) {
+bool isCandidate(HWND window)
+{
     DWORD process = 0;
     GetWindowThreadProcessId(window, &process);
     return process == GetCurrentProcessId() && IsWindowVisible(window) && IsWindowEnabled(window) &&
            (GetWindowLongPtrW(window, GWL_EXSTYLE) & WS_EX_TOOLWINDOW) == 0;
 }
 
-BOOL CALLBACK takeFirstCandidate(HWND window, LPARAM found) {
+BOOL CALLBACK takeFirstCandidate(HWND window, LPARAM found)
+{
     if (!isCandidate(window)) {
         return TRUE;
     }
@@ -51,14 +54,16 @@ BOOL CALLBACK takeFirstCandidate(HWND window, LPARAM found) {
     return FALSE;
 }
 
-std::wstring textOf(HWND window) {
+std::wstring textOf(HWND window)
+{
     wchar_t text[256] = L"";
     // Not WM_GETTEXT: the title must be readable while the window's thread is busy.
     InternalGetWindowText(window, text, 256);
     return text;
 }
 
-std::wstring clockText() {
+std::wstring clockText()
+{
     SYSTEMTIME now;
     simGetLocalTime(&now);   // the phone's clock, which may stand still
     wchar_t text[16];
@@ -71,8 +76,11 @@ std::wstring clockText() {
 struct Pens {
     explicit Pens(HDC dc, COLORREF line, COLORREF fill, int width)
         : dc_(dc), pen_(CreatePen(PS_SOLID, width, line)), brush_(CreateSolidBrush(fill)),
-          oldPen_(SelectObject(dc, pen_)), oldBrush_(SelectObject(dc, brush_)) {}
-    ~Pens() {
+          oldPen_(SelectObject(dc, pen_)), oldBrush_(SelectObject(dc, brush_))
+    {
+    }
+    ~Pens()
+    {
         SelectObject(dc_, oldPen_);
         SelectObject(dc_, oldBrush_);
         DeleteObject(pen_);
@@ -88,14 +96,16 @@ private:
     HGDIOBJ oldPen_, oldBrush_;
 };
 
-void fill(HDC dc, int left, int top, int right, int bottom, COLORREF colour) {
+void fill(HDC dc, int left, int top, int right, int bottom, COLORREF colour)
+{
     RECT area{left, top, right, bottom};
     SetBkColor(dc, colour);
     ExtTextOutW(dc, 0, 0, ETO_OPAQUE, &area, nullptr, 0, nullptr);
 }
 
 // The start symbol: a pennant on a pole.
-void drawPennant(HDC dc) {
+void drawPennant(HDC dc)
+{
     const int poleLeft = px(7), top = px(6);
     fill(dc, poleLeft, top, poleLeft + px(2), px(21), white);
     POINT cloth[] = {{poleLeft + px(2), top}, {px(20), px(10)}, {poleLeft + px(2), px(15)}};
@@ -103,15 +113,17 @@ void drawPennant(HDC dc) {
     Polygon(dc, cloth, 3);
 }
 
-void drawSignal(HDC dc, int left) {
+void drawSignal(HDC dc, int left)
+{
     for (int bar = 0; bar < 4; ++bar) {
         fill(dc, left + bar * px(3), px(17) - bar * px(3), left + bar * px(3) + px(2), px(19), white);
     }
 }
 
-void drawSpeaker(HDC dc, int left) {
+void drawSpeaker(HDC dc, int left)
+{
     const int middle = px(13);
-    POINT cone[] = {{left, middle - px(2)}, {left + px(3), middle - px(2)}, {left + px(7), middle - px(6)},
+    POINT cone[] = {{left, middle - px(2)},         {left + px(3), middle - px(2)}, {left + px(7), middle - px(6)},
                     {left + px(7), middle + px(6)}, {left + px(3), middle + px(2)}, {left, middle + px(2)}};
     {
         Pens pens(dc, white, white, 1);
@@ -125,12 +137,14 @@ void drawSpeaker(HDC dc, int left) {
     }
 }
 
-RECT okButtonArea(const RECT &bar) {
+RECT okButtonArea(const RECT &bar)
+{
     const int size = px(20);
     return {bar.right - px(3) - size, px(3), bar.right - px(3), px(3) + size};
 }
 
-void drawText(HDC dc, const std::wstring &text, RECT area, HFONT font, UINT format) {
+void drawText(HDC dc, const std::wstring &text, RECT area, HFONT font, UINT format)
+{
     HGDIOBJ old = SelectObject(dc, font);
     SetBkMode(dc, TRANSPARENT);
     SetTextColor(dc, white);
@@ -138,7 +152,8 @@ void drawText(HDC dc, const std::wstring &text, RECT area, HFONT font, UINT form
     SelectObject(dc, old);
 }
 
-void drawOkButton(HDC dc, const RECT &bar, bool cancel) {
+void drawOkButton(HDC dc, const RECT &bar, bool cancel)
+{
     RECT area = okButtonArea(bar);
     {
         Pens pens(dc, white, RGB(44, 100, 178), px(1));
@@ -148,7 +163,8 @@ void drawOkButton(HDC dc, const RECT &bar, bool cancel) {
     drawText(dc, cancel ? L"\u00D7" : L"ok", area, phoneFont(px(cancel ? 16 : 12), true), DT_CENTER);
 }
 
-void paintTitleBar(HDC dc, const RECT &bar) {
+void paintTitleBar(HDC dc, const RECT &bar)
+{
     fillGradient(dc, bar, barTop, barBottom);
     fill(dc, bar.left, bar.bottom - px(1), bar.right, bar.bottom, barEdge);
     drawPennant(dc);
@@ -169,14 +185,16 @@ void paintTitleBar(HDC dc, const RECT &bar) {
     drawText(dc, shownTitle, title, phoneFont(px(12), true), DT_LEFT | DT_END_ELLIPSIS);
 }
 
-RECT panelButtonArea(const RECT &bar) {
+RECT panelButtonArea(const RECT &bar)
+{
     const int width = px(32);
     // Windows Mobile 5 moved the button between the two soft keys; before, it stood at the right end.
     const int left = phone().osMajor >= 5 ? (bar.right - width) / 2 : bar.right - width - px(4);
     return {left, 0, left + width, bar.bottom};
 }
 
-void drawPanelButton(HDC dc, const RECT &bar) {
+void drawPanelButton(HDC dc, const RECT &bar)
+{
     RECT button = panelButtonArea(bar);
     if (panelUp()) {
         fill(dc, button.left, px(1), button.right, button.bottom, RGB(10, 34, 84));
@@ -195,7 +213,8 @@ void drawPanelButton(HDC dc, const RECT &bar) {
     fill(dc, left + px(5), top + px(9), left + px(17), top + px(11), barBottom);
 }
 
-void paintBottomBar(HDC dc, const RECT &bar) {
+void paintBottomBar(HDC dc, const RECT &bar)
+{
     fillGradient(dc, bar, barTop, barBottom);
     fill(dc, bar.left, bar.top, bar.right, bar.top + px(1), paleBlue);
     if (!hasWish(phoneActiveWindow(), BarWish::hidePanelButton)) {
@@ -203,7 +222,8 @@ void paintBottomBar(HDC dc, const RECT &bar) {
     }
 }
 
-void paint(HWND window, void (*draw)(HDC, const RECT &)) {
+void paint(HWND window, void (*draw)(HDC, const RECT &))
+{
     PAINTSTRUCT painting;
     HDC target = BeginPaint(window, &painting);
     RECT area;
@@ -214,11 +234,13 @@ void paint(HWND window, void (*draw)(HDC, const RECT &)) {
 
 // --- window procedures ---
 
-POINT pointOf(LPARAM lParam) {
+POINT pointOf(LPARAM lParam)
+{
     return {static_cast<short>(LOWORD(lParam)), static_cast<short>(HIWORD(lParam))};
 }
 
-void tapTitleBar(HWND window, LPARAM lParam) {
+void tapTitleBar(HWND window, LPARAM lParam)
+{
     RECT bar;
     GetClientRect(window, &bar);
     RECT button = okButtonArea(bar);
@@ -227,7 +249,8 @@ void tapTitleBar(HWND window, LPARAM lParam) {
     }
 }
 
-void tapBottomBar(HWND window, LPARAM lParam) {
+void tapBottomBar(HWND window, LPARAM lParam)
+{
     RECT bar;
     GetClientRect(window, &bar);
     RECT button = panelButtonArea(bar);
@@ -239,7 +262,8 @@ void tapBottomBar(HWND window, LPARAM lParam) {
 // Wine raises a window that gets the focus over topmost ones on the screen, though not in its own order of windows.
 // Only a window that really changes its place there is raised again, so each bar is taken to the top in turn. An open
 // drop-down list may lie over the bars.
-void keepOnTop() {
+void keepOnTop()
+{
     HWND capture = GetCapture();
     if (capture != nullptr && hasClass(capture, L"ComboLBox")) {
         return;
@@ -251,7 +275,8 @@ void keepOnTop() {
     }
 }
 
-LRESULT CALLBACK titleBarProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT CALLBACK titleBarProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
     static std::wstring shownClock;
     switch (message) {
     case WM_CREATE:
@@ -278,13 +303,14 @@ LRESULT CALLBACK titleBarProc(HWND window, UINT message, WPARAM wParam, LPARAM l
     case WM_MOUSEACTIVATE:
         return MA_NOACTIVATE;
     case WM_NCDESTROY:
-        titleBar = nullptr;
+        titleBar = window == titleBar ? nullptr : titleBar;
         break;
     }
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
-LRESULT CALLBACK bottomBarProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT CALLBACK bottomBarProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
     switch (message) {
     case WM_PAINT:
         paint(window, paintBottomBar);
@@ -295,13 +321,14 @@ LRESULT CALLBACK bottomBarProc(HWND window, UINT message, WPARAM wParam, LPARAM 
     case WM_MOUSEACTIVATE:
         return MA_NOACTIVATE;
     case WM_NCDESTROY:
-        bottomBar = nullptr;
+        bottomBar = window == bottomBar ? nullptr : bottomBar;
         break;
     }
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
-HWND createBar(const wchar_t *name, WNDPROC procedure, int top, int height) {
+HWND createBar(const wchar_t *name, WNDPROC procedure, int top, int height)
+{
     WNDCLASSW barClass = {};
     barClass.lpfnWndProc = procedure;
     barClass.hInstance = GetModuleHandleW(nullptr);
@@ -314,9 +341,10 @@ HWND createBar(const wchar_t *name, WNDPROC procedure, int top, int height) {
     return bar;
 }
 
-} // namespace
+}   // namespace
 
-void fillGradient(HDC dc, const RECT &area, COLORREF top, COLORREF bottom) {
+void fillGradient(HDC dc, const RECT &area, COLORREF top, COLORREF bottom)
+{
     const int height = area.bottom - area.top;
     auto mix = [&](int from, int to, int line) { return from + MulDiv(to - from, line, height > 1 ? height - 1 : 1); };
     for (int line = 0; line < height; ++line) {
@@ -328,9 +356,12 @@ void fillGradient(HDC dc, const RECT &area, COLORREF top, COLORREF bottom) {
 
 PaintBuffer::PaintBuffer(HDC target, const RECT &area)
     : target_(target), area_(area), dc_(CreateCompatibleDC(target)),
-      bitmap_(CreateCompatibleBitmap(target, area.right, area.bottom)), oldBitmap_(SelectObject(dc_, bitmap_)) {}
+      bitmap_(CreateCompatibleBitmap(target, area.right, area.bottom)), oldBitmap_(SelectObject(dc_, bitmap_))
+{
+}
 
-PaintBuffer::~PaintBuffer() {
+PaintBuffer::~PaintBuffer()
+{
     BitBlt(target_, area_.left, area_.top, area_.right - area_.left, area_.bottom - area_.top, dc_, area_.left,
            area_.top, SRCCOPY);
     SelectObject(dc_, oldBitmap_);
@@ -338,35 +369,56 @@ PaintBuffer::~PaintBuffer() {
     DeleteDC(dc_);
 }
 
-void ensureBars() {
+void ensureBars()
+{
     // The windows of a thread end with it, without a message.
     if (IsWindow(titleBar)) {
         return;
     }
+    lookPending = false;   // a look that former bars still had before them
     titleBar = createBar(titleBarClass, titleBarProc, 0, px(titleBarHeight));
     bottomBar = createBar(bottomBarClass, bottomBarProc, phone().height - px(bottomBarHeight), px(bottomBarHeight));
     createPanel();
 }
 
-void showTitleBar(bool shown) {
+void forgetBars()
+{
+    for (HWND bar : {titleBar, bottomBar, panelHandle()}) {
+        // A window can be destroyed by its own thread only.
+        if (GetWindowThreadProcessId(bar, nullptr) == GetCurrentThreadId()) {
+            DestroyWindow(bar);
+        } else if (bar != nullptr) {
+            PostMessageW(bar, WM_CLOSE, 0, 0);
+        }
+    }
+    titleBar = bottomBar = nullptr;
+    forgetPanel();
+}
+
+void showTitleBar(bool shown)
+{
     ShowWindow(titleBar, shown ? SW_SHOWNOACTIVATE : SW_HIDE);
 }
 
-HWND bottomBarWindow() {
+HWND bottomBarWindow()
+{
     return bottomBar;
 }
 
-bool isBar(HWND window) {
+bool isBar(HWND window)
+{
     return hasClass(window, titleBarClass) || hasClass(window, bottomBarClass) || hasClass(window, panelClass);
 }
 
-void refreshBars() {
+void refreshBars()
+{
     if (titleBar != nullptr && !lookPending.exchange(true)) {
         lookPending = PostMessageW(titleBar, lookAgain, 0, 0) != FALSE;
     }
 }
 
-HWND phoneActiveWindow() {
+HWND phoneActiveWindow()
+{
     HWND window = GetForegroundWindow();
     if (isCandidate(window)) {
         return window;
@@ -377,7 +429,8 @@ HWND phoneActiveWindow() {
     return window;
 }
 
-std::wstring titleText() {
+std::wstring titleText()
+{
     std::wstring text;
     for (HWND window = phoneActiveWindow(); window != nullptr && text.empty(); window = GetWindow(window, GW_OWNER)) {
         text = textOf(window);
@@ -385,12 +438,14 @@ std::wstring titleText() {
     return text;
 }
 
-HWND okOwner() {
+HWND okOwner()
+{
     HWND active = phoneActiveWindow();
     return hasWish(active, BarWish::okButton) ? active : nullptr;
 }
 
-void tapOk() {
+void tapOk()
+{
     HWND active = phoneActiveWindow();
     if (hasWish(active, BarWish::okButton)) {
         PostMessageW(active, WM_COMMAND, MAKEWPARAM(IDOK, 0), 0);
@@ -399,7 +454,8 @@ void tapOk() {
     }
 }
 
-void setWish(HWND window, BarWish wish, bool on) {
+void setWish(HWND window, BarWish wish, bool on)
+{
     if (on) {
         SetPropW(window, wishName(wish), reinterpret_cast<HANDLE>(1));
     } else {
@@ -407,15 +463,17 @@ void setWish(HWND window, BarWish wish, bool on) {
     }
 }
 
-bool hasWish(HWND window, BarWish wish) {
+bool hasWish(HWND window, BarWish wish)
+{
     return window != nullptr && GetPropW(window, wishName(wish)) != nullptr;
 }
 
-} // namespace sim
+}   // namespace sim
 
 extern "C" {
 
-BOOL WINAPI SimTapOk(void) {
+BOOL WINAPI SimTapOk(void)
+{
     const bool there = sim::okOwner() != nullptr;
     if (there) {
         sim::tapOk();
@@ -423,7 +481,8 @@ BOOL WINAPI SimTapOk(void) {
     return there;
 }
 
-BOOL WINAPI SimTapPanelButton(void) {
+BOOL WINAPI SimTapPanelButton(void)
+{
     if (sim::hasWish(sim::phoneActiveWindow(), sim::BarWish::hidePanelButton)) {
         return FALSE;
     }
@@ -431,11 +490,13 @@ BOOL WINAPI SimTapPanelButton(void) {
     return TRUE;
 }
 
-void WINAPI SimSetPanel(BOOL up) {
+void WINAPI SimSetPanel(BOOL up)
+{
     sim::setPanel(up != FALSE);
 }
 
-int WINAPI SimTitleText(LPWSTR buffer, int size) {
+int WINAPI SimTitleText(LPWSTR buffer, int size)
+{
     if (buffer == nullptr || size <= 0) {
         return 0;
     }
@@ -443,8 +504,9 @@ int WINAPI SimTitleText(LPWSTR buffer, int size) {
     return lstrlenW(buffer);
 }
 
-HWND WINAPI SimOkOwner(void) {
+HWND WINAPI SimOkOwner(void)
+{
     return sim::okOwner();
 }
 
-} // extern "C"
+}   // extern "C"

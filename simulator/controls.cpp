@@ -10,19 +10,23 @@ namespace {
 constexpr wchar_t checkKey[] = L"PhoneCheckProc";
 constexpr int boxSize = 13;   // at 96 dots per inch
 
-UINT kindOf(HWND button) {
+UINT kindOf(HWND button)
+{
     return static_cast<UINT>(GetWindowLongPtrW(button, GWL_STYLE) & BS_TYPEMASK);
 }
 
-bool isRadio(UINT kind) {
+bool isRadio(UINT kind)
+{
     return kind == BS_RADIOBUTTON || kind == BS_AUTORADIOBUTTON;
 }
 
-bool isCheck(UINT kind) {
+bool isCheck(UINT kind)
+{
     return kind == BS_CHECKBOX || kind == BS_AUTOCHECKBOX || kind == BS_3STATE || kind == BS_AUTO3STATE;
 }
 
-UINT frameState(HWND button) {
+UINT frameState(HWND button)
+{
     const LRESULT state = SendMessageW(button, BM_GETSTATE, 0, 0);
     UINT frame = isRadio(kindOf(button)) ? DFCS_BUTTONRADIO : DFCS_BUTTONCHECK;
     if ((state & BST_INDETERMINATE) != 0) {
@@ -33,7 +37,8 @@ UINT frameState(HWND button) {
     return frame | ((state & BST_PUSHED) != 0 ? DFCS_PUSHED : 0) | (IsWindowEnabled(button) ? 0 : DFCS_INACTIVE);
 }
 
-void drawLabel(HWND button, HDC dc, RECT area) {
+void drawLabel(HWND button, HDC dc, RECT area)
+{
     wchar_t text[256] = L"";
     GetWindowTextW(button, text, 256);
     const bool lines = (GetWindowLongPtrW(button, GWL_STYLE) & BS_MULTILINE) != 0;
@@ -52,7 +57,8 @@ void drawLabel(HWND button, HDC dc, RECT area) {
     }
 }
 
-void draw(HWND button, HDC dc) {
+void draw(HWND button, HDC dc)
+{
     RECT client;
     GetClientRect(button, &client);
     HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(button, WM_GETFONT, 0, 0)));
@@ -72,7 +78,8 @@ void draw(HWND button, HDC dc) {
 }
 
 // Messages after which the desktop's button paints itself without asking.
-bool paintsAtOnce(UINT message) {
+bool paintsAtOnce(UINT message)
+{
     switch (message) {
     case BM_SETCHECK:
     case BM_SETSTATE:
@@ -90,7 +97,8 @@ bool paintsAtOnce(UINT message) {
     return false;
 }
 
-LRESULT CALLBACK checkProc(HWND button, UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT CALLBACK checkProc(HWND button, UINT message, WPARAM wParam, LPARAM lParam)
+{
     const bool ours = isCheck(kindOf(button)) || isRadio(kindOf(button));
     if (ours && message == WM_PAINT) {
         PAINTSTRUCT painting;
@@ -107,13 +115,14 @@ LRESULT CALLBACK checkProc(HWND button, UINT message, WPARAM wParam, LPARAM lPar
     return answer;
 }
 
-} // namespace
+}   // namespace
 
-void attachCheckBox(HWND button, DWORD style) {
+void attachCheckBox(HWND button, DWORD style)
+{
     const UINT kind = style & BS_TYPEMASK;
     if (phone().dpi != 96 && (style & BS_PUSHLIKE) == 0 && (isCheck(kind) || isRadio(kind))) {
         putInFront(button, checkKey, checkProc);
     }
 }
 
-} // namespace sim
+}   // namespace sim

@@ -7,6 +7,7 @@
 #include "memory.h"
 #include "phone.h"
 #include "registry.h"
+#include "shell.h"
 #include "system.h"
 
 namespace sim {
@@ -67,6 +68,7 @@ extern "C" {
 BOOL WINAPI SimUsePhone(const wchar_t *folder)
 {
     setClock(nullptr);
+    forgetBars();
     std::wstring problem;
     return succeeded(usePhone(textOf(folder), problem), problem);
 }

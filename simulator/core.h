@@ -32,7 +32,10 @@ std::vector<std::wstring> settingList(const wchar_t *section, const wchar_t *key
 bool listed(const wchar_t *section, const wchar_t *key, const wchar_t *item);
 
 // n pixels of a 96 dpi phone in pixels of this phone.
-inline int px(int n) { return MulDiv(n, phone().dpi, 96); }
+inline int px(int n)
+{
+    return MulDiv(n, phone().dpi, 96);
+}
 
 // "\X" of the phone as a path of the host: <folder>\root\X. A path with a drive letter or "\\" in front is left alone.
 std::wstring hostPath(const wchar_t *phonePath);
@@ -62,6 +65,6 @@ struct OrderedFault {};
 // Text conversions and small formatting for journal fields.
 std::wstring number(long long value);
 std::wstring hexadecimal(unsigned long long value);   // "0x81FD"
-std::wstring windowName(HWND window);                 // class name of a window, "(none)" for null, "(gone)" for a stale handle
+std::wstring windowName(HWND window);   // class name of a window, "(none)" for null, "(gone)" for a stale handle
 
-} // namespace sim
+}   // namespace sim

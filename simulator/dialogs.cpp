@@ -18,25 +18,30 @@ constexpr int captionHeight = 20;   // of small dialogs, at 96 dots per inch
 
 thread_local const PhoneTemplate *templateInCreation;
 
-bool isFramed(HWND window) {
+bool isFramed(HWND window)
+{
     return (GetWindowLongPtrW(window, GWL_STYLE) & (WS_BORDER | WS_DLGFRAME)) != 0;
 }
 
-bool isCaptioned(DWORD style) {
+bool isCaptioned(DWORD style)
+{
     return (style & WS_CAPTION) == WS_CAPTION;
 }
 
-bool isCaptioned(HWND window) {
+bool isCaptioned(HWND window)
+{
     return isCaptioned(static_cast<DWORD>(GetWindowLongPtrW(window, GWL_STYLE)));
 }
 
-int topFrame(DWORD style) {
+int topFrame(DWORD style)
+{
     return px(1) + (isCaptioned(style) ? px(captionHeight) : 0);
 }
 
 // --- frame of small dialogs ---
 
-RECT frameButton(HWND window) {
+RECT frameButton(HWND window)
+{
     RECT area;
     GetWindowRect(window, &area);
     const int size = px(16), right = area.right - area.left - px(3);
@@ -44,14 +49,16 @@ RECT frameButton(HWND window) {
 }
 
 // What the button in a small dialog's caption sends: IDOK, IDCANCEL, or 0 when there is none.
-int frameCommand(HWND window) {
+int frameCommand(HWND window)
+{
     if (hasWish(window, BarWish::okButton)) {
         return IDOK;
     }
     return (GetWindowLongPtrW(window, GWL_STYLE) & WS_SYSMENU) != 0 ? IDCANCEL : 0;
 }
 
-void drawCaption(HWND window, HDC dc, int width) {
+void drawCaption(HWND window, HDC dc, int width)
+{
     RECT caption{px(1), px(1), width - px(1), px(1) + px(captionHeight)};
     fillGradient(dc, caption, RGB(84, 132, 204), RGB(30, 74, 150));
     wchar_t title[256] = L"";
@@ -73,14 +80,17 @@ void drawCaption(HWND window, HDC dc, int width) {
     SelectObject(dc, old);
 }
 
-void paintFrame(HWND window) {
+void paintFrame(HWND window)
+{
     RECT area;
     GetWindowRect(window, &area);
     OffsetRect(&area, -area.left, -area.top);
     HDC dc = GetWindowDC(window);
     HBRUSH brush = CreateSolidBrush(RGB(18, 58, 132));
-    RECT lines[] = {{0, 0, area.right, px(1)}, {0, area.bottom - px(1), area.right, area.bottom},
-                    {0, 0, px(1), area.bottom}, {area.right - px(1), 0, area.right, area.bottom}};
+    RECT lines[] = {{0, 0, area.right, px(1)},
+                    {0, area.bottom - px(1), area.right, area.bottom},
+                    {0, 0, px(1), area.bottom},
+                    {area.right - px(1), 0, area.right, area.bottom}};
     for (const RECT &line : lines) {
         FillRect(dc, &line, brush);
     }
@@ -91,7 +101,8 @@ void paintFrame(HWND window) {
     ReleaseDC(window, dc);
 }
 
-LRESULT frameHit(HWND window, LPARAM lParam) {
+LRESULT frameHit(HWND window, LPARAM lParam)
+{
     RECT area;
     GetWindowRect(window, &area);
     POINT point{static_cast<short>(LOWORD(lParam)) - area.left, static_cast<short>(HIWORD(lParam)) - area.top};
@@ -103,7 +114,8 @@ LRESULT frameHit(HWND window, LPARAM lParam) {
 }
 
 // The phone's frame is one line and a caption as high as its resolution asks; the desktop's knows neither.
-void calculateFrame(HWND window, RECT *area) {
+void calculateFrame(HWND window, RECT *area)
+{
     const DWORD style = static_cast<DWORD>(GetWindowLongPtrW(window, GWL_STYLE));
     area->top += topFrame(style);
     area->left += px(1);
@@ -117,7 +129,8 @@ void calculateFrame(HWND window, RECT *area) {
 // --- place of small dialogs ---
 
 // Puts a new dialog, sized by the dialog manager for the desktop's frame, into the phone's frame and onto its screen.
-void placeDialog(HWND dialog) {
+void placeDialog(HWND dialog)
+{
     const DWORD style = static_cast<DWORD>(GetWindowLongPtrW(dialog, GWL_STYLE));
     RECT area, frame = {}, desk = workArea();
     GetWindowRect(dialog, &area);
@@ -139,7 +152,8 @@ void placeDialog(HWND dialog) {
 
 // --- the procedure in front of every dialog ---
 
-LRESULT frameMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT frameMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
     switch (message) {
     case WM_NCCALCSIZE:
         calculateFrame(window, wParam ? &reinterpret_cast<NCCALCSIZE_PARAMS *>(lParam)->rgrc[0]
@@ -170,12 +184,14 @@ LRESULT frameMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     return callFormer(window, dialogKey, message, wParam, lParam);
 }
 
-bool isFrameMessage(UINT message) {
+bool isFrameMessage(UINT message)
+{
     return message == WM_NCCALCSIZE || message == WM_NCPAINT || message == WM_NCACTIVATE || message == WM_NCHITTEST ||
            message == WM_NCLBUTTONDOWN;
 }
 
-LRESULT CALLBACK dialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT CALLBACK dialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
     if (isFrameMessage(message) && isFramed(window)) {
         return frameMessage(window, message, wParam, lParam);
     }
@@ -210,7 +226,8 @@ LRESULT CALLBACK dialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
 }
 
 // Lowest edge of the visible controls, in pixels of the unscrolled dialog.
-int contentHeight(HWND dialog, int position) {
+int contentHeight(HWND dialog, int position)
+{
     int lowest = 0;
     for (HWND child = GetWindow(dialog, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
         if ((GetWindowLongPtrW(child, GWL_STYLE) & WS_VISIBLE) != 0) {
@@ -223,7 +240,8 @@ int contentHeight(HWND dialog, int position) {
     return lowest;
 }
 
-SCROLLINFO scrollState(HWND dialog) {
+SCROLLINFO scrollState(HWND dialog)
+{
     SCROLLINFO info = {};
     info.cbSize = sizeof info;
     info.fMask = SIF_ALL;
@@ -231,7 +249,8 @@ SCROLLINFO scrollState(HWND dialog) {
     return info;
 }
 
-void scrollTo(HWND dialog, int position) {
+void scrollTo(HWND dialog, int position)
+{
     SCROLLINFO info = scrollState(dialog);
     position = std::max(0, std::min(position, info.nMax - static_cast<int>(info.nPage) + 1));
     if (position == info.nPos) {
@@ -244,7 +263,8 @@ void scrollTo(HWND dialog, int position) {
     RedrawWindow(dialog, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
-HWND scrollableAncestor(HWND control) {
+HWND scrollableAncestor(HWND control)
+{
     for (HWND window = GetParent(control); window != nullptr; window = GetAncestor(window, GA_PARENT)) {
         if (hasClass(window, L"#32770") && (GetWindowLongPtrW(window, GWL_STYLE) & WS_VSCROLL) != 0) {
             return window;
@@ -253,13 +273,15 @@ HWND scrollableAncestor(HWND control) {
     return nullptr;
 }
 
-bool isGround(UINT message) {
+bool isGround(UINT message)
+{
     return message == WM_CTLCOLORDLG || message == WM_CTLCOLORSTATIC || message == WM_CTLCOLORBTN;
 }
 
-} // namespace
+}   // namespace
 
-LRESULT whitened(UINT message, WPARAM wParam, LRESULT answer) {
+LRESULT whitened(UINT message, WPARAM wParam, LRESULT answer)
+{
     if (!isGround(message) || answer != reinterpret_cast<LRESULT>(GetSysColorBrush(COLOR_3DFACE))) {
         return answer;
     }
@@ -267,15 +289,20 @@ LRESULT whitened(UINT message, WPARAM wParam, LRESULT answer) {
     return reinterpret_cast<LRESULT>(GetSysColorBrush(COLOR_WINDOW));
 }
 
-void attachDialog(HWND dialog) {
+void attachDialog(HWND dialog)
+{
     const PhoneTemplate *source = templateInCreation;
     templateInCreation = nullptr;
+    if (source == nullptr) {
+        attachSheet(dialog);
+    }
     putInFront(dialog, dialogKey, dialogProc);
     setWish(dialog, BarWish::okButton, source != nullptr && source->okButton);
     setWish(dialog, BarWish::centred, source != nullptr && source->centred);
 }
 
-void updateScrolling(HWND dialog) {
+void updateScrolling(HWND dialog)
+{
     SCROLLINFO info = scrollState(dialog);
     RECT client;
     GetClientRect(dialog, &client);
@@ -297,7 +324,8 @@ void updateScrolling(HWND dialog) {
     RemovePropW(dialog, scrollGuard);
 }
 
-void scrollBy(HWND dialog, WPARAM request) {
+void scrollBy(HWND dialog, WPARAM request)
+{
     SCROLLINFO info = scrollState(dialog);
     const int line = px(15);
     switch (LOWORD(request)) {
@@ -319,13 +347,15 @@ void scrollBy(HWND dialog, WPARAM request) {
     }
 }
 
-void scrollToTop(HWND dialog) {
+void scrollToTop(HWND dialog)
+{
     if ((GetWindowLongPtrW(dialog, GWL_STYLE) & WS_VSCROLL) != 0) {
         scrollTo(dialog, 0);
     }
 }
 
-void scrollIntoView(HWND control) {
+void scrollIntoView(HWND control)
+{
     HWND dialog = control == nullptr ? nullptr : scrollableAncestor(control);
     if (dialog == nullptr) {
         return;
@@ -342,7 +372,8 @@ void scrollIntoView(HWND control) {
     }
 }
 
-void makeFullScreen(HWND dialog, const RECT &area) {
+void makeFullScreen(HWND dialog, const RECT &area)
+{
     constexpr LONG_PTR frame = WS_CAPTION | WS_THICKFRAME | WS_SYSMENU;
     constexpr LONG_PTR exFrame = WS_EX_DLGMODALFRAME | WS_EX_WINDOWEDGE | WS_EX_CLIENTEDGE | WS_EX_CONTEXTHELP;
     setWish(dialog, BarWish::fullScreen, true);
@@ -356,7 +387,8 @@ namespace {
 
 // Announces the template of the dialog this thread is about to create.
 struct CreationScope {
-    explicit CreationScope(const PhoneTemplate &source) {
+    explicit CreationScope(const PhoneTemplate &source)
+    {
         watchThread();
         templateInCreation = &source;
     }
@@ -365,20 +397,22 @@ struct CreationScope {
     CreationScope &operator=(const CreationScope &) = delete;
 };
 
-bool isChild(const PhoneTemplate &source) {
+bool isChild(const PhoneTemplate &source)
+{
     const DWORD *words = source.words.data();
     const bool extended = words[0] == 0xFFFF0001;
     return (words[extended ? 3 : 0] & WS_CHILD) != 0;
 }
 
-} // namespace
+}   // namespace
 
-} // namespace sim
+}   // namespace sim
 
 extern "C" {
 
 INT_PTR WINAPI simDialogBoxIndirectParamW(HINSTANCE instance, LPCDLGTEMPLATEW source, HWND owner, DLGPROC procedure,
-                                          LPARAM parameter) {
+                                          LPARAM parameter)
+{
     sim::PhoneTemplate rewritten = sim::phoneTemplate(source);
     if (!rewritten.valid()) {
         SetLastError(ERROR_INVALID_PARAMETER);
@@ -389,7 +423,8 @@ INT_PTR WINAPI simDialogBoxIndirectParamW(HINSTANCE instance, LPCDLGTEMPLATEW so
 }
 
 HWND WINAPI simCreateDialogIndirectParamW(HINSTANCE instance, LPCDLGTEMPLATEW source, HWND owner, DLGPROC procedure,
-                                          LPARAM parameter) {
+                                          LPARAM parameter)
+{
     sim::PhoneTemplate rewritten = sim::phoneTemplate(source);
     if (!rewritten.valid()) {
         SetLastError(ERROR_INVALID_PARAMETER);
@@ -404,7 +439,8 @@ HWND WINAPI simCreateDialogIndirectParamW(HINSTANCE instance, LPCDLGTEMPLATEW so
 }
 
 // Average width and height of the system font, as the dialog manager reckons them.
-LONG WINAPI simGetDialogBaseUnits(void) {
+LONG WINAPI simGetDialogBaseUnits(void)
+{
     static const wchar_t letters[] = L"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
     constexpr int letterCount = 52;
     HDC dc = GetDC(nullptr);
@@ -418,4 +454,4 @@ LONG WINAPI simGetDialogBaseUnits(void) {
     return MAKELONG((size.cx / (letterCount / 2) + 1) / 2, metrics.tmHeight);
 }
 
-} // extern "C"
+}   // extern "C"

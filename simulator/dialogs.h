@@ -20,4 +20,4 @@ void scrollIntoView(HWND control);
 // Makes dialog cover area without caption and frame.
 void makeFullScreen(HWND dialog, const RECT &area);
 
-} // namespace sim
+}   // namespace sim

@@ -74,11 +74,8 @@ HWND createWindow(const wchar_t *className, DWORD style, HWND parent, const wcha
     return CreateWindowExW(0, className, title, style, 0, 0, 0, 0, parent, nullptr, GetModuleHandleW(nullptr), nullptr);
 }
 
-// The today screen with two parts, the engine among the children of one. A part created later lies above the other, so
-// the part for the sibling case is created first.
-
 // The today screen, which carries the phone's name (the simulated desktop lists it first), with two parts, and the
-// engine among the children of the first or second of them.
+// engine among the children of the first or second of them. A part created later lies above the other.
 HWND createInTodayScreen(bool belowSibling)
 {
     const HWND today = createWindow(todayClass, WS_POPUP, nullptr, phoneName().c_str());
@@ -103,9 +100,8 @@ void storeWindow(HWND window)
     const DWORD handle = static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(window));
     if (window)
         PHONE_FUNCTION(RegSetValueExW)
-        (key, windowValue, 0, REG_DWORD, reinterpret_cast<const BYTE *>(&handle), sizeof(handle));
-    else
-        PHONE_FUNCTION(RegDeleteValueW)(key, windowValue);
+    (key, windowValue, 0, REG_DWORD, reinterpret_cast<const BYTE *>(&handle), sizeof(handle));
+    else PHONE_FUNCTION(RegDeleteValueW)(key, windowValue);
     PHONE_FUNCTION(RegCloseKey)(key);
 }
 

@@ -42,6 +42,18 @@ bool matches(const std::wstring &pattern, const std::wstring &call)
     return sameText(pattern.c_str(), call.c_str());
 }
 
+std::wstring trimmed(const std::wstring &text)
+{
+    const size_t first = text.find_first_not_of(L" \t");
+    return first == std::wstring::npos ? L"" : text.substr(first, text.find_last_not_of(L" \t") - first + 1);
+}
+
+// "operation:detail", or any start of it with an asterisk.
+bool isCall(const std::wstring &text)
+{
+    return text.empty() || text.find(L':') != std::wstring::npos || text.back() == L'*';
+}
+
 bool isNumber(const std::wstring &text)
 {
     return !text.empty() && text.find_first_not_of(L"0123456789") == std::wstring::npos;
@@ -54,18 +66,18 @@ bool parseOrder(const std::wstring &line, Order &order)
     if (kindEnd == std::wstring::npos || !faultKindNamed(line.substr(0, kindEnd), order.kind))
         return false;
     const std::wstring outcome = line.substr(outcomeStart + 1);
-    order.outcome = outcome == L"raise" ? Fault::raise : Fault::fail;
-    if (outcome != L"raise" && outcome != L"fail")
+    const bool raises = sameText(outcome.c_str(), L"raise");
+    if (!raises && !sameText(outcome.c_str(), L"fail"))
         return false;
-    std::wstring call = outcomeStart > kindEnd ? line.substr(kindEnd + 1, outcomeStart - kindEnd - 1) : L"";
-    const size_t numberEnd = std::min(call.find_first_of(L" \t"), call.size());
+    order.outcome = raises ? Fault::raise : Fault::fail;
+    order.call = trimmed(line.substr(kindEnd, outcomeStart - kindEnd));
+    const std::wstring first = order.call.substr(0, order.call.find_first_of(L" \t"));
     order.nth = 0;
-    if (isNumber(call.substr(0, numberEnd))) {
-        order.nth = static_cast<int>(wcstoul(call.c_str(), nullptr, 10));
-        call.erase(0, std::min(numberEnd + 1, call.size()));
+    if (isNumber(first)) {
+        order.nth = static_cast<int>(wcstoul(first.c_str(), nullptr, 10));
+        order.call = trimmed(order.call.substr(first.size()));
     }
-    order.call = call;
-    return true;
+    return isCall(order.call);
 }
 
 }   // namespace
@@ -73,7 +85,7 @@ bool parseOrder(const std::wstring &line, Order &order)
 bool faultKindNamed(const std::wstring &name, FaultKind &kind)
 {
     for (const KindName &each : kindNames)
-        if (name == each.name) {
+        if (sameText(name.c_str(), each.name)) {
             kind = each.kind;
             return true;
         }
@@ -118,7 +130,9 @@ void clearFaults()
 
 Fault faultDue(FaultKind kind, const wchar_t *operation, const wchar_t *detail)
 {
-    phone();   // its faults.txt may hold orders
+    // Memory is asked for before any phone is: by static objects, and by programs that never need one.
+    if (kind != FaultKind::allocation)
+        phone();   // its faults.txt may hold orders
     if (!anyOrders)
         return Fault::none;
     const std::wstring call = std::wstring(operation) + L":" + detail;

@@ -24,8 +24,8 @@ struct ButtonSet {
     Button buttons[3];
 };
 constexpr ButtonSet buttonSets[] = {   // by MB_TYPEMASK
-    {1, {ok}}, {2, {ok, cancel}}, {3, {abortButton, retry, ignore}}, {3, {yes, no, cancel}}, {2, {yes, no}},
-    {2, {retry, cancel}}};
+    {1, {ok}},      {2, {ok, cancel}},   {3, {abortButton, retry, ignore}}, {3, {yes, no, cancel}},
+    {2, {yes, no}}, {2, {retry, cancel}}};
 
 struct Box {
     const wchar_t *text, *title;
@@ -33,7 +33,8 @@ struct Box {
     const ButtonSet *set;
 };
 
-LPCWSTR iconOf(UINT type) {
+LPCWSTR iconOf(UINT type)
+{
     switch (type & MB_ICONMASK) {
     case MB_ICONHAND:
         return reinterpret_cast<LPCWSTR>(IDI_HAND);
@@ -47,7 +48,8 @@ LPCWSTR iconOf(UINT type) {
     return nullptr;
 }
 
-HWND addControl(HWND dialog, const wchar_t *className, const wchar_t *text, DWORD style, const RECT &area, WORD id) {
+HWND addControl(HWND dialog, const wchar_t *className, const wchar_t *text, DWORD style, const RECT &area, WORD id)
+{
     HWND control = CreateWindowExW(0, className, text, WS_CHILD | WS_VISIBLE | style, area.left, area.top,
                                    area.right - area.left, area.bottom - area.top, dialog,
                                    reinterpret_cast<HMENU>(static_cast<UINT_PTR>(id)), nullptr, nullptr);
@@ -56,7 +58,8 @@ HWND addControl(HWND dialog, const wchar_t *className, const wchar_t *text, DWOR
 }
 
 // Height of the text when it is wrapped to width.
-SIZE measure(const wchar_t *text, int width) {
+SIZE measure(const wchar_t *text, int width)
+{
     RECT area{0, 0, width, 0};
     HDC dc = GetDC(nullptr);
     HGDIOBJ old = SelectObject(dc, systemFont());
@@ -66,7 +69,8 @@ SIZE measure(const wchar_t *text, int width) {
     return {area.right, area.bottom};
 }
 
-void sizeDialog(HWND dialog, int width, int height) {
+void sizeDialog(HWND dialog, int width, int height)
+{
     RECT window, client, desk = workArea();
     GetWindowRect(dialog, &window);
     GetClientRect(dialog, &client);
@@ -76,15 +80,16 @@ void sizeDialog(HWND dialog, int width, int height) {
                  desk.top + (desk.bottom - desk.top - height) / 2, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
-void addButtons(HWND dialog, const Box &box, int width, int top) {
+void addButtons(HWND dialog, const Box &box, int width, int top)
+{
     const int buttonWidth = px(62), gap = px(6), count = box.set->count;
     const int chosen = std::min<int>((box.type & MB_DEFMASK) >> 8, count - 1);
     int left = (width - count * buttonWidth - (count - 1) * gap) / 2;
     for (int i = 0; i < count; ++i, left += buttonWidth + gap) {
         const Button &button = box.set->buttons[i];
-        HWND control = addControl(dialog, L"Button", button.text,
-                                  WS_TABSTOP | (i == chosen ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON),
-                                  {left, top, left + buttonWidth, top + px(21)}, button.id);
+        HWND control =
+            addControl(dialog, L"Button", button.text, WS_TABSTOP | (i == chosen ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON),
+                       {left, top, left + buttonWidth, top + px(21)}, button.id);
         if (i == chosen) {
             SendMessageW(dialog, DM_SETDEFID, button.id, 0);
             SetFocus(control);
@@ -92,7 +97,8 @@ void addButtons(HWND dialog, const Box &box, int width, int top) {
     }
 }
 
-void fillBox(HWND dialog, const Box &box) {
+void fillBox(HWND dialog, const Box &box)
+{
     RECT desk = workArea();
     const int margin = px(8);
     const int iconSize = iconOf(box.type) != nullptr ? px(32) : 0;
@@ -114,7 +120,8 @@ void fillBox(HWND dialog, const Box &box) {
     addButtons(dialog, box, width, margin + textHeight + margin);
 }
 
-INT_PTR CALLBACK boxProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
+INT_PTR CALLBACK boxProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam)
+{
     switch (message) {
     case WM_INITDIALOG:
         fillBox(dialog, *reinterpret_cast<const Box *>(lParam));
@@ -137,15 +144,16 @@ struct EmptyTemplate {
     WORD menu, windowClass, title;
 };
 
-} // namespace
+}   // namespace
 
-} // namespace sim
+}   // namespace sim
 
 extern "C" {
 
 INT_PTR WINAPI simDialogBoxIndirectParamW(HINSTANCE, LPCDLGTEMPLATEW, HWND, DLGPROC, LPARAM);
 
-int WINAPI simMessageBoxW(HWND owner, LPCWSTR text, LPCWSTR title, UINT type) {
+int WINAPI simMessageBoxW(HWND owner, LPCWSTR text, LPCWSTR title, UINT type)
+{
     const UINT kind = type & MB_TYPEMASK;
     if (kind >= sizeof sim::buttonSets / sizeof sim::buttonSets[0]) {
         SetLastError(ERROR_INVALID_PARAMETER);
@@ -160,4 +168,4 @@ int WINAPI simMessageBoxW(HWND owner, LPCWSTR text, LPCWSTR title, UINT type) {
                                                        reinterpret_cast<LPARAM>(&box)));
 }
 
-} // extern "C"
+}   // extern "C"

@@ -25,10 +25,12 @@ struct Key {
     int tenths;
 };
 
-constexpr Key letter(const wchar_t *plain, const wchar_t *shifted) {
+constexpr Key letter(const wchar_t *plain, const wchar_t *shifted)
+{
     return {plain, shifted, Action::character, 0, 10};
 }
-constexpr Key special(const wchar_t *label, WORD code, int tenths) {
+constexpr Key special(const wchar_t *label, WORD code, int tenths)
+{
     return {label, label, Action::virtualKey, code, tenths};
 }
 
@@ -36,23 +38,40 @@ constexpr Key digits[] = {letter(L"1", L"!"), letter(L"2", L"@"), letter(L"3", L
                           letter(L"5", L"%"), letter(L"6", L"^"), letter(L"7", L"&"), letter(L"8", L"*"),
                           letter(L"9", L"("), letter(L"0", L")"), letter(L"-", L"_"), special(L"Del", VK_BACK, 20)};
 constexpr Key upper[] = {special(L"Tab", VK_TAB, 15), letter(L"q", L"Q"), letter(L"w", L"W"), letter(L"e", L"E"),
-                         letter(L"r", L"R"), letter(L"t", L"T"), letter(L"y", L"Y"), letter(L"u", L"U"),
-                         letter(L"i", L"I"), letter(L"o", L"O"), letter(L"p", L"P"), letter(L"+", L"=")};
-constexpr Key middle[] = {special(L"Esc", VK_ESCAPE, 18), letter(L"a", L"A"), letter(L"s", L"S"), letter(L"d", L"D"),
-                          letter(L"f", L"F"), letter(L"g", L"G"), letter(L"h", L"H"), letter(L"j", L"J"),
-                          letter(L"k", L"K"), letter(L"l", L"L"), special(L"Enter", VK_RETURN, 22)};
-constexpr Key lower[] = {{L"Shift", L"Shift", Action::shift, 0, 23}, letter(L"z", L"Z"), letter(L"x", L"X"),
-                         letter(L"c", L"C"), letter(L"v", L"V"), letter(L"b", L"B"), letter(L"n", L"N"),
-                         letter(L"m", L"M"), letter(L",", L";"), letter(L".", L":"), letter(L"/", L"?")};
-constexpr Key bottom[] = {letter(L"<", L"["), letter(L">", L"]"), letter(L"\\", L"|"), special(L"", VK_SPACE, 50),
-                          letter(L"'", L"\""), special(L"", VK_UP, 10), special(L"", VK_DOWN, 10),
-                          special(L"", VK_LEFT, 10), special(L"", VK_RIGHT, 10)};
+                         letter(L"r", L"R"),          letter(L"t", L"T"), letter(L"y", L"Y"), letter(L"u", L"U"),
+                         letter(L"i", L"I"),          letter(L"o", L"O"), letter(L"p", L"P"), letter(L"+", L"=")};
+constexpr Key middle[] = {special(L"Esc", VK_ESCAPE, 18),
+                          letter(L"a", L"A"),
+                          letter(L"s", L"S"),
+                          letter(L"d", L"D"),
+                          letter(L"f", L"F"),
+                          letter(L"g", L"G"),
+                          letter(L"h", L"H"),
+                          letter(L"j", L"J"),
+                          letter(L"k", L"K"),
+                          letter(L"l", L"L"),
+                          special(L"Enter", VK_RETURN, 22)};
+constexpr Key lower[] = {{L"Shift", L"Shift", Action::shift, 0, 23},
+                         letter(L"z", L"Z"),
+                         letter(L"x", L"X"),
+                         letter(L"c", L"C"),
+                         letter(L"v", L"V"),
+                         letter(L"b", L"B"),
+                         letter(L"n", L"N"),
+                         letter(L"m", L"M"),
+                         letter(L",", L";"),
+                         letter(L".", L":"),
+                         letter(L"/", L"?")};
+constexpr Key bottom[] = {letter(L"<", L"["),         letter(L">", L"]"),        letter(L"\\", L"|"),
+                          special(L"", VK_SPACE, 50), letter(L"'", L"\""),       special(L"", VK_UP, 10),
+                          special(L"", VK_DOWN, 10),  special(L"", VK_LEFT, 10), special(L"", VK_RIGHT, 10)};
 
 struct Row {
     const Key *keys;
     int count;
 };
-template <int count> constexpr Row row(const Key (&keys)[count]) {
+template <int count> constexpr Row row(const Key (&keys)[count])
+{
     return {keys, count};
 }
 constexpr Row rows[] = {row(digits), row(upper), row(middle), row(lower), row(bottom)};
@@ -62,7 +81,8 @@ std::atomic<bool> up{false};
 HWND panelWindow;
 bool shiftDown;   // the panel's own thread only
 
-RECT keyArea(const RECT &panel, int rowIndex, int keyIndex) {
+RECT keyArea(const RECT &panel, int rowIndex, int keyIndex)
+{
     const Row &line = rows[rowIndex];
     int total = 0, before = 0;
     for (int i = 0; i < line.count; ++i) {
@@ -74,12 +94,14 @@ RECT keyArea(const RECT &panel, int rowIndex, int keyIndex) {
             MulDiv(panel.right, after, total), MulDiv(panel.bottom, rowIndex + 1, rowCount)};
 }
 
-bool isArrow(const Key &key) {
+bool isArrow(const Key &key)
+{
     return key.action == Action::virtualKey && key.code >= VK_LEFT && key.code <= VK_DOWN;
 }
 
 // A triangle that points where the key's arrow does.
-void drawArrow(HDC dc, WORD code, const RECT &area) {
+void drawArrow(HDC dc, WORD code, const RECT &area)
+{
     const int reach = px(3), x = (area.left + area.right) / 2, y = (area.top + area.bottom) / 2;
     const int dx = code == VK_LEFT ? -reach : code == VK_RIGHT ? reach : 0;
     const int dy = code == VK_UP ? -reach : code == VK_DOWN ? reach : 0;
@@ -89,7 +111,8 @@ void drawArrow(HDC dc, WORD code, const RECT &area) {
     Polygon(dc, corners, 3);
 }
 
-void drawKey(HDC dc, const Key &key, RECT area) {
+void drawKey(HDC dc, const Key &key, RECT area)
+{
     const bool plain = key.action == Action::character || key.code == VK_SPACE;
     const bool pressed = key.action == Action::shift && shiftDown;
     SelectObject(dc, GetStockObject(DC_BRUSH));
@@ -109,7 +132,8 @@ void drawKey(HDC dc, const Key &key, RECT area) {
     SelectObject(dc, old);
 }
 
-void drawKeyboard(HDC dc, const RECT &area) {
+void drawKeyboard(HDC dc, const RECT &area)
+{
     fillGradient(dc, area, RGB(176, 190, 212), RGB(140, 156, 184));
     for (int line = 0; line < rowCount; ++line) {
         for (int key = 0; key < rows[line].count; ++key) {
@@ -118,7 +142,8 @@ void drawKeyboard(HDC dc, const RECT &area) {
     }
 }
 
-void paintPanel(HWND window) {
+void paintPanel(HWND window)
+{
     PAINTSTRUCT painting;
     HDC target = BeginPaint(window, &painting);
     RECT area;
@@ -127,13 +152,15 @@ void paintPanel(HWND window) {
     EndPaint(window, &painting);
 }
 
-HWND focusWindow() {
+HWND focusWindow()
+{
     GUITHREADINFO thread = {};
     thread.cbSize = sizeof thread;
     return GetGUIThreadInfo(GetCurrentThreadId(), &thread) ? thread.hwndFocus : nullptr;
 }
 
-void press(const Key &key) {
+void press(const Key &key)
+{
     HWND focus = focusWindow();
     if (key.action == Action::shift) {
         shiftDown = !shiftDown;
@@ -148,7 +175,8 @@ void press(const Key &key) {
     InvalidateRect(panelWindow, nullptr, FALSE);
 }
 
-void tapPanel(HWND window, POINT point) {
+void tapPanel(HWND window, POINT point)
+{
     RECT area;
     GetClientRect(window, &area);
     for (int line = 0; line < rowCount; ++line) {
@@ -162,7 +190,8 @@ void tapPanel(HWND window, POINT point) {
     }
 }
 
-LRESULT CALLBACK panelProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT CALLBACK panelProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
     switch (message) {
     case WM_PAINT:
         paintPanel(window);
@@ -178,14 +207,15 @@ LRESULT CALLBACK panelProc(HWND window, UINT message, WPARAM wParam, LPARAM lPar
     case WM_MOUSEACTIVATE:
         return MA_NOACTIVATE;
     case WM_NCDESTROY:
-        panelWindow = nullptr;
+        panelWindow = window == panelWindow ? nullptr : panelWindow;
         break;
     }
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
 // Windows of other threads are given a second: a thread that waits for something else must not hold up the panel.
-BOOL CALLBACK tellWindow(HWND window, LPARAM) {
+BOOL CALLBACK tellWindow(HWND window, LPARAM)
+{
     constexpr UINT patience = 1000;
     DWORD process = 0;
     const DWORD thread = GetWindowThreadProcessId(window, &process);
@@ -200,9 +230,10 @@ BOOL CALLBACK tellWindow(HWND window, LPARAM) {
     return TRUE;
 }
 
-} // namespace
+}   // namespace
 
-void createPanel() {
+void createPanel()
+{
     WNDCLASSW description = {};
     description.lpfnWndProc = panelProc;
     description.hInstance = GetModuleHandleW(nullptr);
@@ -216,15 +247,24 @@ void createPanel() {
     SendMessageW(panelWindow, showPanel, 0, 0);
 }
 
-HWND panelHandle() {
+void forgetPanel()
+{
+    up = false;
+    panelWindow = nullptr;
+}
+
+HWND panelHandle()
+{
     return panelWindow;
 }
 
-bool panelUp() {
+bool panelUp()
+{
     return up;
 }
 
-void setPanel(bool wanted) {
+void setPanel(bool wanted)
+{
     if (up.exchange(wanted) == wanted) {
         return;
     }
@@ -236,4 +276,4 @@ void setPanel(bool wanted) {
     EnumWindows(tellWindow, 0);
 }
 
-} // namespace sim
+}   // namespace sim

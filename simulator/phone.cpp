@@ -102,7 +102,9 @@ Phone readFacts(const std::wstring &folder)
 {
     Phone phone{};
     phone.folder = folder;
-    phone.name = setting(L"phone", L"name", folder.substr(folder.find_last_of(L'\\') + 1).c_str());
+    phone.name = setting(L"phone", L"name");
+    if (phone.name.empty())
+        phone.name = folder.substr(folder.find_last_of(L'\\') + 1);
     for (wchar_t &each : phone.name)
         if (each == L'\\' || each == L'/')
             each = L'_';

@@ -16,4 +16,4 @@ LRESULT callFormer(HWND window, const wchar_t *key, UINT message, WPARAM wParam,
 
 bool hasClass(HWND window, const wchar_t *className);
 
-} // namespace sim
+}   // namespace sim

@@ -55,13 +55,15 @@ thread_local std::map<HWND, std::unique_ptr<Sheet>> modelessSheets;
 // Templates of pages made singly, by the page's handle.
 thread_local std::map<HPROPSHEETPAGE, PhoneTemplate> singlePageTemplates;
 
-bool validSize(DWORD size, size_t realSize) {
+bool validSize(DWORD size, size_t realSize)
+{
     return size == ce::propSheetRecordSize || size == realSize;
 }
 
 // --- translation ---
 
-const void *findTemplate(const ce::PropSheetPageW &page) {
+const void *findTemplate(const ce::PropSheetPageW &page)
+{
     if ((page.dwFlags & PSP_DLGINDIRECT) != 0) {
         return page.pResource;
     }
@@ -69,7 +71,8 @@ const void *findTemplate(const ce::PropSheetPageW &page) {
     return resource == nullptr ? nullptr : LockResource(LoadResource(page.hInstance, resource));
 }
 
-bool translatePage(const ce::PropSheetPageW &page, PROPSHEETPAGEW &desktop, PhoneTemplate &rewritten) {
+bool translatePage(const ce::PropSheetPageW &page, PROPSHEETPAGEW &desktop, PhoneTemplate &rewritten)
+{
     rewritten = phoneTemplate(findTemplate(page));
     if (!validSize(page.dwSize, sizeof page) || !rewritten.valid()) {
         return false;
@@ -87,7 +90,8 @@ bool translatePage(const ce::PropSheetPageW &page, PROPSHEETPAGEW &desktop, Phon
     return true;
 }
 
-bool translatePages(const ce::PropSheetHeaderW &header, Sheet &sheet) {
+bool translatePages(const ce::PropSheetHeaderW &header, Sheet &sheet)
+{
     sheet.pages.resize(header.nPages);
     for (UINT i = 0; i < header.nPages; ++i) {
         sheet.templates.emplace_back();
@@ -100,22 +104,26 @@ bool translatePages(const ce::PropSheetHeaderW &header, Sheet &sheet) {
 
 // --- layout ---
 
-RECT pageArea(HWND sheet) {
+RECT pageArea(HWND sheet)
+{
     RECT area;
     GetClientRect(sheet, &area);
     area.bottom = std::max<LONG>(0, area.bottom - px(tabHeight));
     return area;
 }
 
-HWND firstPage(HWND sheet) {
+HWND firstPage(HWND sheet)
+{
     return FindWindowExW(sheet, nullptr, L"#32770", nullptr);
 }
 
-HWND nextPage(HWND sheet, HWND page) {
+HWND nextPage(HWND sheet, HWND page)
+{
     return FindWindowExW(sheet, page, L"#32770", nullptr);
 }
 
-void layOutSheet(HWND sheet) {
+void layOutSheet(HWND sheet)
+{
     RECT area = pageArea(sheet);
     HWND tab = GetDlgItem(sheet, tabControlId);
     SetWindowPos(tab, nullptr, 0, area.bottom, area.right, px(tabHeight), SWP_NOZORDER | SWP_NOACTIVATE);
@@ -125,7 +133,8 @@ void layOutSheet(HWND sheet) {
     }
 }
 
-void tellPages(HWND sheet, UINT message, WPARAM wParam, LPARAM lParam) {
+void tellPages(HWND sheet, UINT message, WPARAM wParam, LPARAM lParam)
+{
     for (HWND page = firstPage(sheet); page != nullptr; page = nextPage(sheet, page)) {
         SendMessageW(page, message, wParam, lParam);
     }
@@ -136,7 +145,8 @@ void tellPages(HWND sheet, UINT message, WPARAM wParam, LPARAM lParam) {
 constexpr COLORREF stripGround = RGB(212, 219, 230), tabGround = RGB(232, 236, 243), tabLine = RGB(96, 108, 128),
                    tabText = RGB(0, 0, 0);
 
-void drawTab(HWND tab, HDC dc, int index, int height) {
+void drawTab(HWND tab, HDC dc, int index, int height)
+{
     RECT area;
     if (!SendMessageW(tab, TCM_GETITEMRECT, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&area))) {
         return;
@@ -167,7 +177,8 @@ void drawTab(HWND tab, HDC dc, int index, int height) {
     SelectObject(dc, old);
 }
 
-void paintTabs(HWND tab) {
+void paintTabs(HWND tab)
+{
     PAINTSTRUCT painting;
     HDC target = BeginPaint(tab, &painting);
     RECT client;
@@ -186,7 +197,8 @@ void paintTabs(HWND tab) {
 }
 
 // comctl32 makes the scroller as high as the desktop's scroll bars; a finger wants the whole strip.
-void fitScroller(HWND tab) {
+void fitScroller(HWND tab)
+{
     HWND scroller = FindWindowExW(tab, nullptr, UPDOWN_CLASSW, nullptr);
     RECT area, client;
     if (scroller != nullptr && GetClientRect(tab, &client) && GetWindowRect(scroller, &area)) {
@@ -196,7 +208,8 @@ void fitScroller(HWND tab) {
     }
 }
 
-LRESULT CALLBACK tabProc(HWND tab, UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT CALLBACK tabProc(HWND tab, UINT message, WPARAM wParam, LPARAM lParam)
+{
     switch (message) {
     case WM_PAINT:
         paintTabs(tab);
@@ -216,7 +229,8 @@ LRESULT CALLBACK tabProc(HWND tab, UINT message, WPARAM wParam, LPARAM lParam) {
     return answer;
 }
 
-void prepareTabs(HWND sheet) {
+void prepareTabs(HWND sheet)
+{
     HWND tab = GetDlgItem(sheet, tabControlId);
     putInFront(tab, tabKey, tabProc);
     SetWindowLongPtrW(tab, GWL_STYLE, GetWindowLongPtrW(tab, GWL_STYLE) & ~(TCS_MULTILINE | TCS_RAGGEDRIGHT));
@@ -228,7 +242,8 @@ void prepareTabs(HWND sheet) {
 
 // --- sheet and pages ---
 
-void hideButtons(HWND sheet) {
+void hideButtons(HWND sheet)
+{
     for (int id : {IDOK, IDCANCEL, applyButtonId, separatorId, helpButtonId}) {
         if (HWND button = GetDlgItem(sheet, id)) {
             ShowWindow(button, SW_HIDE);
@@ -236,7 +251,8 @@ void hideButtons(HWND sheet) {
     }
 }
 
-LRESULT CALLBACK sheetProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT CALLBACK sheetProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
     auto entry = sheets.find(window);
     switch (message) {
     case WM_HELP:
@@ -262,15 +278,18 @@ LRESULT CALLBACK sheetProc(HWND window, UINT message, WPARAM wParam, LPARAM lPar
 }
 
 // A page's ground is what the program says; a desktop with visual styles would lay its own tab texture over it.
-LRESULT eraseGround(HWND page, HDC dc) {
+LRESULT eraseGround(HWND page, HDC dc)
+{
     RECT client;
     GetClientRect(page, &client);
-    const LRESULT brush = SendMessageW(page, WM_CTLCOLORDLG, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(page));
+    const LRESULT brush =
+        SendMessageW(page, WM_CTLCOLORDLG, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(page));
     FillRect(dc, &client, reinterpret_cast<HBRUSH>(brush));
     return TRUE;
 }
 
-LRESULT CALLBACK pageProc(HWND page, UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT CALLBACK pageProc(HWND page, UINT message, WPARAM wParam, LPARAM lParam)
+{
     if (message == WM_ERASEBKGND) {
         return eraseGround(page, reinterpret_cast<HDC>(wParam));
     }
@@ -302,7 +321,8 @@ LRESULT CALLBACK pageProc(HWND page, UINT message, WPARAM wParam, LPARAM lParam)
     return message == WM_NCDESTROY ? answer : whitened(message, wParam, answer);
 }
 
-void nameSheet(const Sheet &sheet) {
+void nameSheet(const Sheet &sheet)
+{
     wchar_t title[257] = L"";
     if (sheet.call(getTitle, reinterpret_cast<LPARAM>(title)) != 0 || title[0] != 0) {
         SetWindowTextW(sheet.window, title);
@@ -311,7 +331,8 @@ void nameSheet(const Sheet &sheet) {
     }
 }
 
-int CALLBACK sheetCallback(HWND window, UINT message, LPARAM lParam) {
+int CALLBACK sheetCallback(HWND window, UINT message, LPARAM lParam)
+{
     if (message == PSCB_PRECREATE) {
         return sheetsInCreation.empty() ? 0 : sheetsInCreation.back()->call(message, lParam);
     }
@@ -320,7 +341,6 @@ int CALLBACK sheetCallback(HWND window, UINT message, LPARAM lParam) {
         sheetsInCreation.pop_back();
         sheet.window = window;
         sheets[window] = &sheet;
-        SetPropW(window, sheetMark, reinterpret_cast<HANDLE>(1));
         putInFront(window, sheetKey, sheetProc);
         hideButtons(window);
         prepareTabs(window);
@@ -333,7 +353,8 @@ int CALLBACK sheetCallback(HWND window, UINT message, LPARAM lParam) {
     return entry == sheets.end() ? 0 : entry->second->call(message, lParam);
 }
 
-PROPSHEETHEADERW desktopHeader(const ce::PropSheetHeaderW &header, const Sheet &sheet) {
+PROPSHEETHEADERW desktopHeader(const ce::PropSheetHeaderW &header, const Sheet &sheet)
+{
     PROPSHEETHEADERW desktop = {};
     desktop.dwSize = sizeof desktop;
     desktop.dwFlags = (header.dwFlags & knownSheetFlags) | PSH_USECALLBACK | PSH_NOAPPLYNOW | PSH_NOCONTEXTHELP;
@@ -350,28 +371,53 @@ PROPSHEETHEADERW desktopHeader(const ce::PropSheetHeaderW &header, const Sheet &
     return desktop;
 }
 
-bool isSoundHeader(const ce::PropSheetHeaderW *header) {
+bool isSoundHeader(const ce::PropSheetHeaderW *header)
+{
     return header != nullptr && validSize(header->dwSize, sizeof *header) && header->nPages > 0 &&
            header->nPages <= MAXPROPPAGES && header->ppsp != nullptr;
 }
 
-} // namespace
+}   // namespace
 
-bool isSheet(HWND window) {
+bool isSheet(HWND window)
+{
     return GetPropW(window, sheetMark) != nullptr;
 }
 
-void attachPage(HWND page, HWND parent) {
+bool turnPage(const MSG &message)
+{
+    HWND sheet = GetAncestor(message.hwnd, GA_ROOT);
+    if (message.message != WM_KEYDOWN || message.wParam != VK_TAB || GetKeyState(VK_CONTROL) >= 0 || !isSheet(sheet)) {
+        return false;
+    }
+    HWND tab = GetDlgItem(sheet, tabControlId);
+    const int count = static_cast<int>(SendMessageW(tab, TCM_GETITEMCOUNT, 0, 0));
+    const int current = static_cast<int>(SendMessageW(tab, TCM_GETCURSEL, 0, 0));
+    const int step = GetKeyState(VK_SHIFT) < 0 ? count - 1 : 1;
+    SendMessageW(sheet, PSM_SETCURSEL, static_cast<WPARAM>((current + step) % std::max(1, count)), 0);
+    return true;
+}
+
+void attachSheet(HWND dialog)
+{
+    if (!sheetsInCreation.empty()) {
+        SetPropW(dialog, sheetMark, reinterpret_cast<HANDLE>(1));
+    }
+}
+
+void attachPage(HWND page, HWND parent)
+{
     if (isSheet(parent)) {
         putInFront(page, pageKey, pageProc);
     }
 }
 
-} // namespace sim
+}   // namespace sim
 
 extern "C" {
 
-INT_PTR WINAPI simPropertySheetW(const ce::PropSheetHeaderW *header) {
+INT_PTR WINAPI simPropertySheetW(const ce::PropSheetHeaderW *header)
+{
     using namespace sim;
     auto sheet = std::make_unique<Sheet>();
     if (!isSoundHeader(header) || ((header->dwFlags & PSH_PROPSHEETPAGE) != 0 && !translatePages(*header, *sheet))) {
@@ -394,7 +440,8 @@ INT_PTR WINAPI simPropertySheetW(const ce::PropSheetHeaderW *header) {
     return result;
 }
 
-HPROPSHEETPAGE WINAPI simCreatePropertySheetPageW(const ce::PropSheetPageW *page) {
+HPROPSHEETPAGE WINAPI simCreatePropertySheetPageW(const ce::PropSheetPageW *page)
+{
     sim::PhoneTemplate rewritten;
     PROPSHEETPAGEW desktop;
     if (page == nullptr || !sim::translatePage(*page, desktop, rewritten)) {
@@ -408,10 +455,11 @@ HPROPSHEETPAGE WINAPI simCreatePropertySheetPageW(const ce::PropSheetPageW *page
     return handle;
 }
 
-BOOL WINAPI simDestroyPropertySheetPage(HPROPSHEETPAGE page) {
+BOOL WINAPI simDestroyPropertySheetPage(HPROPSHEETPAGE page)
+{
     BOOL done = DestroyPropertySheetPage(page);
     sim::singlePageTemplates.erase(page);
     return done;
 }
 
-} // extern "C"
+}   // extern "C"

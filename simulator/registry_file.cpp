@@ -69,9 +69,8 @@ bool parseQuoted(const std::wstring &text, size_t &position, std::wstring &value
 
 bool parseNumber(const std::wstring &digits, DWORD &value)
 {
-    wchar_t *end = nullptr;
-    value = wcstoul(digits.c_str(), &end, 16);
-    return !digits.empty() && iswxdigit(digits[0]) && digits.size() <= 8 && *end == 0;
+    value = wcstoul(digits.c_str(), nullptr, 16);
+    return !digits.empty() && digits.size() <= 8 && std::all_of(digits.begin(), digits.end(), iswxdigit);
 }
 
 bool parseBytes(const std::wstring &list, std::vector<BYTE> &data)

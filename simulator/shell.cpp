@@ -7,15 +7,18 @@
 
 namespace sim {
 
-RECT screenArea() {
+RECT screenArea()
+{
     return {0, 0, phone().width, phone().height};
 }
 
-RECT fullScreenArea() {
+RECT fullScreenArea()
+{
     return {0, px(titleBarHeight), phone().width, phone().height - px(bottomBarHeight)};
 }
 
-RECT workArea() {
+RECT workArea()
+{
     RECT area = fullScreenArea();
     if (panelUp()) {
         area.bottom -= px(panelHeight);
@@ -24,7 +27,8 @@ RECT workArea() {
 }
 
 // With the panel down the phone counts the bottom bar's strip as visible: programs subtract it themselves.
-RECT visibleDesktop() {
+RECT visibleDesktop()
+{
     RECT area = workArea();
     if (!panelUp()) {
         area.bottom = phone().height;
@@ -69,7 +73,8 @@ struct PanelInfo {   // SIPINFO
 constexpr DWORD panelOn = 1, panelDocked = 2;
 constexpr UINT setPanelInfo = 224, getPanelInfo = 225;
 
-bool fillPanelInfo(PanelInfo *info) {
+bool fillPanelInfo(PanelInfo *info)
+{
     if (info == nullptr || info->size != sizeof *info) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return false;
@@ -82,11 +87,13 @@ bool fillPanelInfo(PanelInfo *info) {
     return true;
 }
 
-bool isPanelPreference(HWND window) {
+bool isPanelPreference(HWND window)
+{
     return hasClass(window, panelPreferenceClass);
 }
 
-bool childPrefersPanel(HWND root) {
+bool childPrefersPanel(HWND root)
+{
     for (HWND child = GetWindow(root, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
         if (isPanelPreference(child) || (hasClass(child, L"#32770") && childPrefersPanel(child))) {
             return true;
@@ -95,23 +102,26 @@ bool childPrefersPanel(HWND root) {
     return false;
 }
 
-bool takesText(HWND window) {
+bool takesText(HWND window)
+{
     return hasClass(window, L"Edit") && (GetWindowLongPtrW(window, GWL_STYLE) & ES_READONLY) == 0;
 }
 
-} // namespace
+}   // namespace
 
-void preferPanelFor(HWND focus) {
+void preferPanelFor(HWND focus)
+{
     if (focus != nullptr && childPrefersPanel(GetAncestor(focus, GA_ROOT))) {
         setPanel(takesText(focus));
     }
 }
 
-} // namespace sim
+}   // namespace sim
 
 extern "C" {
 
-BOOL WINAPI simSHInitDialog(sim::ShellDialogInfo *info) {
+BOOL WINAPI simSHInitDialog(sim::ShellDialogInfo *info)
+{
     if (info == nullptr || !IsWindow(info->dialog) || (info->mask & sim::maskFlags) == 0) {
         return FALSE;
     }
@@ -136,7 +146,8 @@ BOOL WINAPI simSHInitDialog(sim::ShellDialogInfo *info) {
 
 // The bottom bar is one window for the whole phone; a dialog's menu bar is its entry in it. Menus and tool bars of
 // resources are not drawn: a bar that asks for one is refused.
-BOOL WINAPI simSHCreateMenuBar(sim::MenuBarInfo *info) {
+BOOL WINAPI simSHCreateMenuBar(sim::MenuBarInfo *info)
+{
     if (info == nullptr || info->size != sizeof *info || !IsWindow(info->parent)) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
@@ -154,11 +165,13 @@ BOOL WINAPI simSHCreateMenuBar(sim::MenuBarInfo *info) {
     return TRUE;
 }
 
-HWND WINAPI simSHFindMenuBar(HWND window) {
+HWND WINAPI simSHFindMenuBar(HWND window)
+{
     return sim::hasWish(window, sim::BarWish::menuBar) ? sim::bottomBarWindow() : nullptr;
 }
 
-BOOL WINAPI simSHDoneButton(HWND window, DWORD state) {
+BOOL WINAPI simSHDoneButton(HWND window, DWORD state)
+{
     constexpr DWORD show = 1, hide = 2, showCancel = 4;
     if (!IsWindow(window) || (state != show && state != hide && state != showCancel)) {
         return FALSE;
@@ -170,7 +183,8 @@ BOOL WINAPI simSHDoneButton(HWND window, DWORD state) {
 }
 
 // Bars are hidden for the foreground window only; the start symbol cannot be hidden here.
-BOOL WINAPI simSHFullScreen(HWND window, DWORD state) {
+BOOL WINAPI simSHFullScreen(HWND window, DWORD state)
+{
     constexpr DWORD showTaskBar = 0x01, hideTaskBar = 0x02, showPanelButton = 0x04, hidePanelButton = 0x08,
                     hideStartSymbol = 0x20;
     const bool hides = (state & (hideTaskBar | hidePanelButton)) != 0;
@@ -187,7 +201,8 @@ BOOL WINAPI simSHFullScreen(HWND window, DWORD state) {
     return TRUE;
 }
 
-BOOL WINAPI simSHSipInfo(UINT action, UINT, PVOID data, UINT) {
+BOOL WINAPI simSHSipInfo(UINT action, UINT, PVOID data, UINT)
+{
     auto *info = static_cast<sim::PanelInfo *>(data);
     if (action == sim::getPanelInfo) {
         return sim::fillPanelInfo(info);
@@ -200,20 +215,24 @@ BOOL WINAPI simSHSipInfo(UINT action, UINT, PVOID data, UINT) {
     return FALSE;
 }
 
-BOOL WINAPI simSipGetInfo(sim::PanelInfo *info) {
+BOOL WINAPI simSipGetInfo(sim::PanelInfo *info)
+{
     return sim::fillPanelInfo(info);
 }
 
-BOOL WINAPI simSipShowIM(DWORD flags) {
+BOOL WINAPI simSipShowIM(DWORD flags)
+{
     sim::setPanel((flags & sim::panelOn) != 0);
     return TRUE;
 }
 
-DWORD WINAPI simSipStatus(void) {
+DWORD WINAPI simSipStatus(void)
+{
     return 1;   // an input panel is there
 }
 
-BOOL WINAPI simSHSipPreference(HWND window, int state) {
+BOOL WINAPI simSHSipPreference(HWND window, int state)
+{
     enum { up, down, forceDown, unchanged, inputDialog };
     if (!IsWindow(window)) {
         return FALSE;
@@ -225,7 +244,8 @@ BOOL WINAPI simSHSipPreference(HWND window, int state) {
 }
 
 // The panel follows the focus of the dialog: up for an edit control, down for anything else.
-void WINAPI simSHInputDialog(HWND window, UINT message, WPARAM) {
+void WINAPI simSHInputDialog(HWND window, UINT message, WPARAM)
+{
     if (message == WM_INITDIALOG || message == WM_SETFOCUS || message == WM_COMMAND) {
         HWND focus = GetFocus();
         if (focus != nullptr && IsChild(window, focus)) {
@@ -234,7 +254,8 @@ void WINAPI simSHInputDialog(HWND window, UINT message, WPARAM) {
     }
 }
 
-BOOL WINAPI simSHInitExtraControls(void) {
+BOOL WINAPI simSHInitExtraControls(void)
+{
     WNDCLASSW description = {};
     description.lpfnWndProc = DefWindowProcW;
     description.hInstance = GetModuleHandleW(nullptr);
@@ -242,4 +263,4 @@ BOOL WINAPI simSHInitExtraControls(void) {
     return RegisterClassW(&description) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
 }
 
-} // extern "C"
+}   // extern "C"

@@ -13,12 +13,14 @@ constexpr int panelHeight = 80;
 
 // --- areas of the screen ---
 RECT screenArea();
-RECT fullScreenArea();     // between the bars, whatever the panel does
-RECT visibleDesktop();     // what SIPINFO calls so: to the bottom of the screen, or to the panel when that is up
+RECT fullScreenArea();   // between the bars, whatever the panel does
+RECT visibleDesktop();   // what SIPINFO calls so: to the bottom of the screen, or to the panel when that is up
 
 // --- bars (bars.cpp) ---
 // Creates the bars on this thread unless the process has them already.
 void ensureBars();
+// Takes the bars and the panel of a former phone away; the next phone's windows bring its own.
+void forgetBars();
 bool isBar(HWND window);
 HWND bottomBarWindow();
 void showTitleBar(bool shown);
@@ -42,6 +44,8 @@ bool hasWish(HWND window, BarWish wish);
 constexpr wchar_t panelClass[] = L"SipWndClass";
 // Creates the panel's window, hidden while it is down; the bars do so with theirs.
 void createPanel();
+// Lowers the panel for good and without a word, and forgets its window.
+void forgetPanel();
 // A dialog that carries a SIPPREF control has the panel raised while one of its edit controls has the focus.
 void preferPanelFor(HWND focus);
 HWND panelHandle();
@@ -69,4 +73,4 @@ private:
     HGDIOBJ oldBitmap_;
 };
 
-} // namespace sim
+}   // namespace sim

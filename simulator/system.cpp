@@ -3,9 +3,9 @@
 
 #include "faults.h"
 #include "phone.h"
+#include "templates.h"
 
 #include <cstdio>
-#include <map>
 
 namespace sim {
 namespace {
@@ -82,24 +82,6 @@ BOOL answerText(const std::wstring &text, void *buffer, UINT size)
     }
     wcscpy(static_cast<wchar_t *>(buffer), text.c_str());
     return TRUE;
-}
-
-// The phone's only stock font; one for each resolution, kept until the process ends as stock objects are.
-HFONT systemFont()
-{
-    static SRWLOCK lock = SRWLOCK_INIT;
-    static std::map<int, HFONT> fonts;
-    const int dpi = phone().dpi;
-    Guard guard(lock);
-    HFONT &font = fonts[dpi];
-    if (!font) {
-        LOGFONTW description{};
-        description.lfHeight = -MulDiv(12, dpi, 96);
-        description.lfWeight = FW_NORMAL;
-        wcscpy(description.lfFaceName, L"Tahoma");
-        font = CreateFontIndirectW(&description);
-    }
-    return font;
 }
 
 // "The user's language" is the phone's, not the desktop's.
@@ -192,6 +174,7 @@ int WINAPI simGetDeviceCaps(HDC context, int index)
     }
 }
 
+// A phone has one stock font.
 HGDIOBJ WINAPI simGetStockObject(int index)
 {
     return index == SYSTEM_FONT ? systemFont() : GetStockObject(index);

@@ -23,7 +23,8 @@ constexpr ClassBits phoneClassStyles[] = {
 };
 
 // Bytes readable from address on: to the end of its run of committed pages.
-size_t readableBytes(const void *address) {
+size_t readableBytes(const void *address)
+{
     MEMORY_BASIC_INFORMATION region;
     if (VirtualQuery(address, &region, sizeof region) == 0 || region.State != MEM_COMMIT ||
         (region.Protect & (PAGE_NOACCESS | PAGE_GUARD)) != 0) {
@@ -39,7 +40,8 @@ struct Reader {
     size_t at = 0;
     bool failed = false;
 
-    const BYTE *take(size_t count) {
+    const BYTE *take(size_t count)
+    {
         if (failed || count > size - at) {
             failed = true;
             return nullptr;
@@ -47,7 +49,8 @@ struct Reader {
         at += count;
         return start + at - count;
     }
-    template <typename T> T number() {
+    template <typename T> T number()
+    {
         T value = 0;
         if (const BYTE *bytes = take(sizeof value)) {
             memcpy(&value, bytes, sizeof value);
@@ -57,7 +60,8 @@ struct Reader {
     void align() { take((4 - at % 4) % 4); }
 
     // A zero-terminated text, or 0xFFFF and an ordinal.
-    std::vector<WORD> name(bool ordinalAllowed) {
+    std::vector<WORD> name(bool ordinalAllowed)
+    {
         std::vector<WORD> words{number<WORD>()};
         if (ordinalAllowed && words[0] == 0xFFFF) {
             words.push_back(number<WORD>());
@@ -73,7 +77,8 @@ struct Reader {
 struct Writer {
     std::vector<BYTE> bytes;
 
-    void append(const void *data, size_t count) {
+    void append(const void *data, size_t count)
+    {
         const BYTE *first = static_cast<const BYTE *>(data);
         bytes.insert(bytes.end(), first, first + count);
     }
@@ -82,7 +87,8 @@ struct Writer {
     void align() { bytes.resize((bytes.size() + 3) / 4 * 4); }
 };
 
-void writeFont(Writer &out, bool extended) {
+void writeFont(Writer &out, bool extended)
+{
     out.number<WORD>(static_cast<WORD>(systemFontPoints()));
     if (extended) {
         out.number<WORD>(FW_NORMAL);
@@ -92,16 +98,19 @@ void writeFont(Writer &out, bool extended) {
     out.append(systemFontName, sizeof systemFontName);
 }
 
-void skipFont(Reader &in, bool extended) {
+void skipFont(Reader &in, bool extended)
+{
     in.take(extended ? 6 : 2);
     in.name(false);
 }
 
-const wchar_t *className(const std::vector<WORD> &name) {
+const wchar_t *className(const std::vector<WORD> &name)
+{
     return name[0] == 0xFFFF ? L"" : reinterpret_cast<const wchar_t *>(name.data());
 }
 
-void copyItem(Reader &in, Writer &out, bool extended) {
+void copyItem(Reader &in, Writer &out, bool extended)
+{
     in.align();
     out.align();
     DWORD helpId = extended ? in.number<DWORD>() : 0;
@@ -134,7 +143,8 @@ void copyItem(Reader &in, Writer &out, bool extended) {
 }
 
 // Everything in front of the items; returns their number.
-WORD copyHeader(Reader &in, Writer &out, bool extended, PhoneTemplate &result) {
+WORD copyHeader(Reader &in, Writer &out, bool extended, PhoneTemplate &result)
+{
     DWORD helpId = 0;
     if (extended) {
         in.take(4);
@@ -177,9 +187,10 @@ WORD copyHeader(Reader &in, Writer &out, bool extended, PhoneTemplate &result) {
     return items;
 }
 
-} // namespace
+}   // namespace
 
-DWORD desktopStyle(DWORD style, const wchar_t *className) {
+DWORD desktopStyle(DWORD style, const wchar_t *className)
+{
     if (className == nullptr) {
         style &= ~droppedDialogStyles;
     } else {
@@ -197,11 +208,13 @@ DWORD desktopStyle(DWORD style, const wchar_t *className) {
     return style;
 }
 
-DWORD desktopExStyle(DWORD exStyle) {
+DWORD desktopExStyle(DWORD exStyle)
+{
     return exStyle & ~phoneExStyles;
 }
 
-PhoneTemplate phoneTemplate(const void *source) {
+PhoneTemplate phoneTemplate(const void *source)
+{
     PhoneTemplate result;
     Reader in{static_cast<const BYTE *>(source), source == nullptr ? 0 : readableBytes(source)};
     Writer out;
@@ -223,11 +236,13 @@ PhoneTemplate phoneTemplate(const void *source) {
     return result;
 }
 
-int systemFontPoints() {
+int systemFontPoints()
+{
     return px(9);
 }
 
-HFONT phoneFont(int pixels, bool bold) {
+HFONT phoneFont(int pixels, bool bold)
+{
     static std::map<std::pair<int, bool>, HFONT> fonts;
     static SRWLOCK lock = SRWLOCK_INIT;
     AcquireSRWLockExclusive(&lock);
@@ -240,8 +255,9 @@ HFONT phoneFont(int pixels, bool bold) {
     return font;
 }
 
-HFONT systemFont() {
+HFONT systemFont()
+{
     return phoneFont(MulDiv(systemFontPoints(), 96, 72), false);
 }
 
-} // namespace sim
+}   // namespace sim

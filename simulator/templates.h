@@ -33,4 +33,4 @@ int systemFontPoints();
 HFONT phoneFont(int pixels, bool bold);
 HFONT systemFont();
 
-} // namespace sim
+}   // namespace sim

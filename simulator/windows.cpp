@@ -20,7 +20,8 @@ constexpr DWORD colourFlag = 0x40000000;   // SYS_COLOR_INDEX_FLAG: the phone's 
 thread_local HHOOK threadHook;
 
 // Windows of several phones may share the desktop; each is marked with the phone it belongs to.
-HANDLE markOfPhone() {
+HANDLE markOfPhone()
+{
     unsigned hash = 2166136261u;
     for (wchar_t character : phone().folder) {
         hash = (hash ^ towlower(character)) * 16777619u;
@@ -29,12 +30,14 @@ HANDLE markOfPhone() {
 }
 
 // Whether the program may see window: not the simulator's own bars, nor what another phone shows.
-bool isSeen(HWND window) {
+bool isSeen(HWND window)
+{
     HANDLE mark = GetPropW(window, phoneMark);
     return !isBar(window) && (mark == nullptr || mark == markOfPhone());
 }
 
-void windowCreated(HWND window, const CREATESTRUCTW &creation) {
+void windowCreated(HWND window, const CREATESTRUCTW &creation)
+{
     const bool child = (creation.style & WS_CHILD) != 0;
     const bool dialog = hasClass(window, dialogClass);
     if (!child) {
@@ -49,7 +52,8 @@ void windowCreated(HWND window, const CREATESTRUCTW &creation) {
     }
 }
 
-LRESULT CALLBACK watchWindows(int code, WPARAM wParam, LPARAM lParam) {
+LRESULT CALLBACK watchWindows(int code, WPARAM wParam, LPARAM lParam)
+{
     switch (code) {
     case HCBT_CREATEWND:
         windowCreated(reinterpret_cast<HWND>(wParam), *reinterpret_cast<CBT_CREATEWNDW *>(lParam)->lpcs);
@@ -67,13 +71,24 @@ LRESULT CALLBACK watchWindows(int code, WPARAM wParam, LPARAM lParam) {
     return CallNextHookEx(nullptr, code, wParam, lParam);
 }
 
-bool ofOtherProcess(HWND window) {
+// The loops of dialogs and sheets ask here before they take a message for themselves. Wine's sheets know no Ctrl+Tab.
+LRESULT CALLBACK filterMessages(int code, WPARAM wParam, LPARAM lParam)
+{
+    if (code == MSGF_DIALOGBOX && turnPage(*reinterpret_cast<const MSG *>(lParam))) {
+        return TRUE;
+    }
+    return CallNextHookEx(nullptr, code, wParam, lParam);
+}
+
+bool ofOtherProcess(HWND window)
+{
     DWORD process = 0;
     GetWindowThreadProcessId(window, &process);
     return process != GetCurrentProcessId();
 }
 
-void journalMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+void journalMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
     wchar_t unsignedNumber[24];
     _ui64tow(wParam, unsignedNumber, 10);
     std::vector<std::wstring> fields{hexadecimal(message), unsignedNumber, number(lParam)};
@@ -90,7 +105,8 @@ struct PhoneWindows {
     LPARAM lParam;
 };
 
-BOOL CALLBACK passOn(HWND window, LPARAM lParam) {
+BOOL CALLBACK passOn(HWND window, LPARAM lParam)
+{
     const PhoneWindows &wanted = *reinterpret_cast<PhoneWindows *>(lParam);
     return isSeen(window) ? wanted.callback(window, wanted.lParam) : TRUE;
 }
@@ -100,7 +116,8 @@ struct Search {
     HWND found;
 };
 
-BOOL CALLBACK compareWindow(HWND window, LPARAM lParam) {
+BOOL CALLBACK compareWindow(HWND window, LPARAM lParam)
+{
     Search &search = *reinterpret_cast<Search *>(lParam);
     wchar_t title[256] = L"";
     InternalGetWindowText(window, title, 256);
@@ -112,14 +129,16 @@ BOOL CALLBACK compareWindow(HWND window, LPARAM lParam) {
     return FALSE;
 }
 
-bool owns(HWND owner, HWND window) {
+bool owns(HWND owner, HWND window)
+{
     while (window != nullptr && window != owner) {
         window = GetWindow(window, GW_OWNER);
     }
     return window == owner;
 }
 
-BOOL CALLBACK findForemost(HWND window, LPARAM lParam) {
+BOOL CALLBACK findForemost(HWND window, LPARAM lParam)
+{
     Search &search = *reinterpret_cast<Search *>(lParam);
     if (!IsWindowVisible(window) || !IsWindowEnabled(window) || isBar(window) || !owns(search.found, window)) {
         return TRUE;
@@ -129,7 +148,8 @@ BOOL CALLBACK findForemost(HWND window, LPARAM lParam) {
 }
 
 // The pop-up to bring forward with window: the foremost one of its chain of owned windows that takes input.
-HWND lastPopUp(HWND window) {
+HWND lastPopUp(HWND window)
+{
     Search search{nullptr, nullptr, window};
     EnumWindows(findForemost, reinterpret_cast<LPARAM>(&search));
     return search.found != window ? search.found : GetLastActivePopup(window);
@@ -140,7 +160,8 @@ struct Place {
 };
 
 // Where the phone puts a top-level window that leaves it the choice.
-Place defaultPlace(Place asked) {
+Place defaultPlace(Place asked)
+{
     RECT desk = fullScreenArea();
     const int unset = static_cast<int>(CW_USEDEFAULT);
     if (asked.x == unset || asked.y == unset) {
@@ -154,15 +175,17 @@ Place defaultPlace(Place asked) {
     return asked;
 }
 
-} // namespace
+}   // namespace
 
-UINT postedHelp() {
+UINT postedHelp()
+{
     static const UINT message = RegisterWindowMessageW(L"Phone Simulator posted help");
     return message;
 }
 
 // Turns our stand-in back into the WM_HELP that was posted.
-LRESULT CALLBACK watchMessages(int code, WPARAM wParam, LPARAM lParam) {
+LRESULT CALLBACK watchMessages(int code, WPARAM wParam, LPARAM lParam)
+{
     auto *message = reinterpret_cast<MSG *>(lParam);
     if (code == HC_ACTION && message->message == postedHelp()) {
         message->message = WM_HELP;
@@ -170,19 +193,23 @@ LRESULT CALLBACK watchMessages(int code, WPARAM wParam, LPARAM lParam) {
     return CallNextHookEx(nullptr, code, wParam, lParam);
 }
 
-void watchThread() {
+void watchThread()
+{
     if (threadHook == nullptr) {
         threadHook = SetWindowsHookExW(WH_CBT, watchWindows, nullptr, GetCurrentThreadId());
+        SetWindowsHookExW(WH_MSGFILTER, filterMessages, nullptr, GetCurrentThreadId());
         SetWindowsHookExW(WH_GETMESSAGE, watchMessages, nullptr, GetCurrentThreadId());
     }
 }
 
-void putInFront(HWND window, const wchar_t *key, WNDPROC procedure) {
+void putInFront(HWND window, const wchar_t *key, WNDPROC procedure)
+{
     LONG_PTR former = SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
     SetPropW(window, key, reinterpret_cast<HANDLE>(former));
 }
 
-LRESULT callFormer(HWND window, const wchar_t *key, UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT callFormer(HWND window, const wchar_t *key, UINT message, WPARAM wParam, LPARAM lParam)
+{
     auto former = reinterpret_cast<WNDPROC>(GetPropW(window, key));
     if (message == WM_NCDESTROY) {
         RemovePropW(window, key);
@@ -190,16 +217,18 @@ LRESULT callFormer(HWND window, const wchar_t *key, UINT message, WPARAM wParam,
     return CallWindowProcW(former, window, message, wParam, lParam);
 }
 
-bool hasClass(HWND window, const wchar_t *className) {
+bool hasClass(HWND window, const wchar_t *className)
+{
     wchar_t name[64];
     return GetClassNameW(window, name, 64) != 0 && lstrcmpiW(name, className) == 0;
 }
 
-} // namespace sim
+}   // namespace sim
 
 extern "C" {
 
-ATOM WINAPI simRegisterClassW(const WNDCLASSW *description) {
+ATOM WINAPI simRegisterClassW(const WNDCLASSW *description)
+{
     WNDCLASSW desktop = *description;
     auto background = reinterpret_cast<ULONG_PTR>(desktop.hbrBackground);
     if ((background & ~static_cast<ULONG_PTR>(0xFF)) == sim::colourFlag) {
@@ -209,7 +238,8 @@ ATOM WINAPI simRegisterClassW(const WNDCLASSW *description) {
 }
 
 HWND WINAPI simCreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWORD style, int x, int y, int width,
-                               int height, HWND parent, HMENU menu, HINSTANCE instance, LPVOID parameter) {
+                               int height, HWND parent, HMENU menu, HINSTANCE instance, LPVOID parameter)
+{
     sim::watchThread();
     const bool named = reinterpret_cast<ULONG_PTR>(className) > 0xFFFF;
     sim::Place place{x, y, width, height};
@@ -226,13 +256,15 @@ HWND WINAPI simCreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, 
 }
 
 // The phone has its own numbers for these, and no state to restore from.
-BOOL WINAPI simShowWindow(HWND window, int command) {
+BOOL WINAPI simShowWindow(HWND window, int command)
+{
     constexpr int showMaximized = 11, maximize = 12, restore = 13;
     const bool renumbered = command == showMaximized || command == maximize || command == restore;
     return ShowWindow(window, renumbered ? SW_SHOW : command);
 }
 
-BOOL WINAPI simSetForegroundWindow(HWND window) {
+BOOL WINAPI simSetForegroundWindow(HWND window)
+{
     const auto bits = reinterpret_cast<ULONG_PTR>(window);
     window = reinterpret_cast<HWND>(bits & ~static_cast<ULONG_PTR>(1));
     if ((bits & 1) != 0) {
@@ -243,27 +275,32 @@ BOOL WINAPI simSetForegroundWindow(HWND window) {
 }
 
 // A phone lets a program post WM_HELP to itself; Wine refuses, since its lParam is an address.
-BOOL WINAPI simPostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+BOOL WINAPI simPostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
     sim::journalMessage(window, message, wParam, lParam);
     return PostMessageW(window, message == WM_HELP ? sim::postedHelp() : message, wParam, lParam);
 }
 
-LRESULT WINAPI simSendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT WINAPI simSendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
     sim::journalMessage(window, message, wParam, lParam);
     return SendMessageW(window, message, wParam, lParam);
 }
 
-BOOL WINAPI simSendNotifyMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+BOOL WINAPI simSendNotifyMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
     sim::journalMessage(window, message, wParam, lParam);
     return SendNotifyMessageW(window, message, wParam, lParam);
 }
 
-BOOL WINAPI simEnumWindows(WNDENUMPROC callback, LPARAM lParam) {
+BOOL WINAPI simEnumWindows(WNDENUMPROC callback, LPARAM lParam)
+{
     sim::PhoneWindows wanted{callback, lParam};
     return EnumWindows(sim::passOn, reinterpret_cast<LPARAM>(&wanted));
 }
 
-HWND WINAPI simFindWindowW(LPCWSTR className, LPCWSTR title) {
+HWND WINAPI simFindWindowW(LPCWSTR className, LPCWSTR title)
+{
     wchar_t name[256];
     if (className != nullptr && reinterpret_cast<ULONG_PTR>(className) <= 0xFFFF) {
         className = GlobalGetAtomNameW(LOWORD(reinterpret_cast<ULONG_PTR>(className)), name, 256) != 0 ? name : L"";
@@ -275,7 +312,8 @@ HWND WINAPI simFindWindowW(LPCWSTR className, LPCWSTR title) {
 
 // Among the desktop's children the program sees only what is on its phone, and the phone's own desktop (the today
 // screen, a window named like the phone) comes first, as on a phone.
-HWND WINAPI simGetWindow(HWND window, UINT command) {
+HWND WINAPI simGetWindow(HWND window, UINT command)
+{
     HWND found = GetWindow(window, command);
     if (window == GetDesktopWindow() && command == GW_CHILD) {
         HWND today = FindWindowW(L"DesktopExplorerWindow", sim::phone().name.c_str());
@@ -285,19 +323,20 @@ HWND WINAPI simGetWindow(HWND window, UINT command) {
         command = GW_HWNDNEXT;
     }
     const bool sibling = command == GW_HWNDNEXT || command == GW_HWNDPREV;
-    while (sibling && found != nullptr && GetAncestor(found, GA_PARENT) == GetDesktopWindow() &&
-           !sim::isSeen(found)) {
+    while (sibling && found != nullptr && GetAncestor(found, GA_PARENT) == GetDesktopWindow() && !sim::isSeen(found)) {
         found = GetWindow(found, command);
     }
     return found;
 }
 
-DWORD WINAPI simGetSysColor(int index) {
+DWORD WINAPI simGetSysColor(int index)
+{
     return GetSysColor(index & 0xFF);
 }
 
-HBRUSH WINAPI simGetSysColorBrush(int index) {
+HBRUSH WINAPI simGetSysColorBrush(int index)
+{
     return GetSysColorBrush(index & 0xFF);
 }
 
-} // extern "C"
+}   // extern "C"

@@ -1,7 +1,6 @@
 #include "language.h"
 
 #include <climits>
-#include <fstream>
 #include <iterator>
 #include <map>
 
@@ -67,10 +66,13 @@ void setLanguage(int lang)
 
 // ---- Expected texts ---------------------------------------------------------------------------------------------------
 
-std::string dataFile(const char *name)
+// The number a line begins with.
+int numberOf(const std::wstring &line)
 {
-    const std::string path = std::string(TEST_DATA) + "/" + name;
-    return path[0] == '/' ? "Z:" + path : path;   // where Wine keeps the host's root
+    REQUIRE(!line.empty());
+    REQUIRE(line[0] >= L'0');
+    REQUIRE(line[0] <= L'9');
+    return static_cast<int>(_wtol(line.c_str()));
 }
 
 std::string unescaped(std::string text)
@@ -85,14 +87,12 @@ std::string unescaped(std::string text)
 // The English texts as written down in language_texts.txt: a line '12 "Custom Mute"' for each.
 Texts englishTexts()
 {
-    std::ifstream file(dataFile("language_texts.txt"));
-    REQUIRE(file);
     Texts texts;
-    for (std::string line; std::getline(file, line);) {
+    for (const std::string &line : linesOf(testData("language_texts.txt"))) {
         const size_t first = line.find('"'), last = line.rfind('"');
         if (line.empty() || line[0] == '#' || first == last)
             continue;
-        texts[std::stoi(line)] = widen(unescaped(line.substr(first + 1, last - first - 1)));
+        texts[numberOf(widen(line))] = widen(unescaped(line.substr(first + 1, last - first - 1)));
     }
     REQUIRE(texts.size() == identifiersWithText);
     return texts;
@@ -115,7 +115,7 @@ Texts parsed(const std::string &bytes)
     for (size_t i = 1; i < lines.size(); ++i) {
         const size_t equals = lines[i].find(L'=');
         REQUIRE(equals != std::wstring::npos);
-        texts.emplace(std::stoi(lines[i].substr(0, equals)), lines[i].substr(equals + 1));
+        texts.emplace(numberOf(lines[i]), lines[i].substr(equals + 1));
     }
     return texts;
 }

@@ -1,7 +1,6 @@
 #include "log.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -528,7 +527,7 @@ struct LateReleaser {
         self->go.wait();
         const LONGLONG start = microseconds();
         while (microseconds() - start < 3000)
-            YieldProcessor();
+            continue;
         self->released = microseconds();
         LeaveCriticalSection(&logLock);
         return 0;
@@ -562,6 +561,12 @@ namespace {
 
 constexpr int linesPerWriter = 200;
 
+std::string lineOfWriter(char name, int number)
+{
+    const std::string threeDigits = std::to_string(1000 + number).substr(1);
+    return std::string("*") + name + threeDigits + std::string(100, name) + name;
+}
+
 struct Writer {
     char name;
     const Event *start;
@@ -569,12 +574,8 @@ struct Writer {
     static DWORD WINAPI run(Writer *self)
     {
         self->start->wait();
-        for (int line = 0; line < linesPerWriter; ++line) {
-            char text[200];
-            std::snprintf(text, sizeof text, "*%c%03d%s%c", self->name, line, std::string(100, self->name).c_str(),
-                          self->name);
-            writeLog(text);
-        }
+        for (int line = 0; line < linesPerWriter; ++line)
+            writeLog(lineOfWriter(self->name, line).c_str());
         return 0;
     }
 };
@@ -582,11 +583,8 @@ struct Writer {
 // The number of a line of that writer; fails the test if the line is not one, whole.
 int numberOfLine(const std::string &line, char name)
 {
-    int number = -1;
-    std::sscanf(line.c_str() + 2, "%3d", &number);
-    char whole[200];
-    std::snprintf(whole, sizeof whole, "*%c%03d%s%c", name, number, std::string(100, name).c_str(), name);
-    CHECK(line == whole);
+    const int number = static_cast<int>(_wtol(widen(line.substr(2, 3)).c_str()));
+    CHECK(line == lineOfWriter(name, number));
     return number;
 }
 

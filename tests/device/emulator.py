@@ -16,11 +16,13 @@ PROCESSORS = {"SA-1110": arm.UC_CPU_ARM_SA1110, "ARM926": arm.UC_CPU_ARM_926, "P
 
 PAGE = 0x1000
 STACK_TOP, STACK_SIZE = 0x0C010000, 0x10000
-HEAP, HEAP_SIZE = 0x20000000, 0x400000
+THREAD_STACKS = 0x0D000000  # of the other threads, each with nothing below it
+HEAP, HEAP_SIZE = 0x20000000, 0x1000000
 IMPORTS = 0xE0000000      # one word per imported function; calls to them end up here
 RETURN = IMPORTS - 4      # where calls from outside return to
 USER_DATA = 0xFFFFC000    # the page in which the system keeps the current thread's identifier
-THREAD = 0x4242
+THREAD = 0x4242           # the first thread's
+CALLS_PER_TURN = 7        # of the system, by another thread before the next one goes on
 CALL_LIMIT = 50_000_000   # instructions between two calls of the system; more is an endless loop
 
 ARGUMENT_REGISTERS = (arm.UC_ARM_REG_R0, arm.UC_ARM_REG_R1, arm.UC_ARM_REG_R2, arm.UC_ARM_REG_R3)
@@ -40,6 +42,10 @@ class ProgramEnd(Exception):
 
 class ThrowOrdered(Exception):
     """Raised by an imported function in place of a result: the program goes on where its test image throws."""
+
+
+class Blocked(Exception):
+    """Raised by an imported function that another thread has to wait in: it is called again at that thread's next turn."""
 
 
 class Wide:
@@ -64,6 +70,7 @@ class Machine:
         self.engine.ctl_set_cpu_model(PROCESSORS[processor])
         self.lowest_stack = STACK_TOP
         self.complaint = None
+        self.thread, self.threads = THREAD, []
         self._load()
         self._connect_imports()
         self._watch()
@@ -85,7 +92,11 @@ class Machine:
         self.engine.mem_map(STACK_TOP - STACK_SIZE, STACK_SIZE, UC_PROT_READ | UC_PROT_WRITE)
         self.engine.mem_map(HEAP, HEAP_SIZE, UC_PROT_READ | UC_PROT_WRITE)
         self.engine.mem_map(USER_DATA, PAGE, UC_PROT_READ)
-        self.engine.mem_write(USER_DATA + 0x804, struct.pack("<I", THREAD))
+        self._become(THREAD)
+
+    def _become(self, thread):
+        self.thread = thread
+        self.engine.mem_write(USER_DATA + 0x804, struct.pack("<I", thread))
 
     def _connect_imports(self):
         self.imports = {}
@@ -165,10 +176,55 @@ class Machine:
             address = self.engine.reg_read(arm.UC_ARM_REG_PC)
             if address == RETURN:
                 break
-            address = self._serve(address)
+            try:
+                address = self._serve(address)
+            except Blocked:
+                raise Fault("another thread waits inside a call from the system") from None
         if self.engine.reg_read(arm.UC_ARM_REG_SP) != stack:
             raise Fault(f"{self.where(function)} did not restore the stack")
         return self.engine.reg_read(arm.UC_ARM_REG_R0)
+
+    # ---- Other threads -----------------------------------------------------------------------------------------------
+
+    def start_thread(self, thread, function, argument, when_ended):
+        """It runs whenever the first thread waits; when_ended is called with its exit code."""
+        used = {other.stack for other in self.threads}
+        stack = next(place for place in range(THREAD_STACKS, HEAP, 2 * STACK_SIZE) if place not in used)
+        if not any(start == stack for start, _, _ in self.engine.mem_regions()):
+            self.engine.mem_map(stack, STACK_SIZE, UC_PROT_READ | UC_PROT_WRITE)
+        first = self.engine.context_save()
+        self.engine.reg_write(arm.UC_ARM_REG_SP, stack + STACK_SIZE - 4)
+        self.engine.reg_write(arm.UC_ARM_REG_LR, RETURN)
+        self.engine.reg_write(arm.UC_ARM_REG_R0, argument)
+        self.threads.append(Thread(thread, stack, function, self.engine.context_save(), when_ended))
+        self.engine.context_restore(first)
+
+    def take_turns(self):
+        """Each of the other threads goes on a little; whether any of them could."""
+        return any([self._take_turn(thread) for thread in list(self.threads)])
+
+    def _take_turn(self, thread):
+        first, calls = self.engine.context_save(), 0
+        self.engine.context_restore(thread.registers)
+        self._become(thread.identifier)
+        try:
+            while calls < CALLS_PER_TURN and thread in self.threads:
+                self._execute(thread.address)
+                thread.address = self.engine.reg_read(arm.UC_ARM_REG_PC)
+                if thread.address == RETURN:
+                    self.threads.remove(thread)
+                    thread.when_ended(self.engine.reg_read(arm.UC_ARM_REG_R0))
+                else:
+                    thread.address = self._serve(thread.address)
+                calls += 1
+        except Blocked:
+            pass
+        thread.registers = self.engine.context_save()
+        self.engine.context_restore(first)
+        self._become(THREAD)
+        return calls > 0
+
+    # ---- Steps -------------------------------------------------------------------------------------------------------
 
     def _execute(self, address):
         try:
@@ -227,7 +283,7 @@ class Machine:
         return self._until_zero(address, 2).decode("utf-16-le", "surrogatepass")
 
     def _until_zero(self, address, width):
-        text = b""
+        text = bytearray()
         while True:
             size = 256 - address % 256
             piece = self.read(address, size)
@@ -235,11 +291,20 @@ class Machine:
             while end % width and end >= 0:
                 end = piece.find(bytes(width), end + 1)
             if end >= 0:
-                return text + piece[:end]
-            text, address = text + piece, address + size
+                return bytes(text + piece[:end])
+            text += piece
+            address += size
 
     def write_wide(self, address, text):
         self.write(address, text.encode("utf-16-le", "surrogatepass") + b"\0\0")
+
+
+class Thread:
+    """One of the other threads between its turns."""
+
+    def __init__(self, identifier, stack, address, registers, when_ended):
+        self.identifier, self.stack, self.address, self.registers = identifier, stack, address, registers
+        self.when_ended = when_ended
 
 
 class Heap:

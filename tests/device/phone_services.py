@@ -8,12 +8,16 @@ import re
 import struct
 from pathlib import Path
 
-from emulator import Fault, Heap, Narrow, ProgramEnd, THREAD, ThrowOrdered, Wide
+from emulator import Blocked, Fault, Heap, Narrow, ProgramEnd, THREAD, ThrowOrdered, Wide
 
 ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_INVALID_HANDLE = 2, 3, 5, 6
 ERROR_INVALID_PARAMETER, ERROR_INSUFFICIENT_BUFFER, ERROR_MORE_DATA = 87, 122, 234
 ERROR_REGISTRY_IO_FAILED, ERROR_IO_DEVICE = 1016, 1117
 INVALID_HANDLE = 0xFFFFFFFF
+GENERIC_READ, GENERIC_WRITE, FILE_SHARE_READ, FILE_SHARE_WRITE = 0x80000000, 0x40000000, 1, 2
+WAIT_TIMEOUT, STILL_ACTIVE = 258, 259
+TURN = 100             # microseconds that pass while the other threads have their turn
+FOREVER = 1 << 50
 
 REG_SZ, REG_DWORD = 1, 4
 HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE = 0x80000001, 0x80000002
@@ -85,8 +89,15 @@ def parse_data(text):
 class File:
     """One opening of a file; data are shared between all of them."""
 
-    def __init__(self, path, data, writing, sharing):
-        self.path, self.data, self.writing, self.sharing, self.position = path, data, writing, sharing, 0
+    def __init__(self, path, data, access, sharing):
+        self.path, self.data, self.writing, self.sharing = path, data, access & GENERIC_WRITE, sharing
+        self.uses = uses_of(access)
+        self.position = 0
+
+
+def uses_of(access):
+    """What others have to share: the bits of FILE_SHARE_... that go with the access."""
+    return (FILE_SHARE_READ if access & GENERIC_READ else 0) | (FILE_SHARE_WRITE if access & GENERIC_WRITE else 0)
 
 
 # ---- Ordered faults --------------------------------------------------------------------------------------------------
@@ -150,6 +161,9 @@ class Services:
         self.thrower = None    # function of a test image that throws an exception
         self.handle = 0x1000
         self.handles = {}      # what each is; they outlive a change of the phone
+        self.elapsed = 0       # microseconds
+        self.deadlines = {}    # of the threads that wait
+        self.signalled = {}    # events that are set and threads that have ended: their exit codes
         self.use(base)
 
     def use(self, base):
@@ -259,12 +273,16 @@ class Services:
         return (left[:count] > right[:count]) - (left[:count] < right[:count])
 
     def wcschr(self, text, character):
-        found = self.machine.wide(text).find(chr(character)) if character else len(self.machine.wide(text))
-        return text + 2 * found if found >= 0 else 0
+        content = self.machine.wide(text) + "\0"
+        return self._place(text, content, content.find(chr(character)))
 
     def wcsstr(self, text, part: Wide):
-        found = self.machine.wide(text).find(part)
-        return text + 2 * found if found >= 0 else 0
+        content = self.machine.wide(text)
+        return self._place(text, content, content.find(part))
+
+    def _place(self, text, content, index):
+        """The address in a wide text of a character of its content, some of which take two wide characters."""
+        return text + len(content[:index].encode("utf-16-le", "surrogatepass")) if index >= 0 else 0
 
     def wcscpy(self, to, text: Wide):
         self.machine.write_wide(to, text)
@@ -283,6 +301,16 @@ class Services:
         if size:
             self.machine.write(buffer, encoded)
         return len(encoded)
+
+    def MultiByteToWideChar(self, code_page, flags, text, count: int, buffer, capacity: int):
+        encoding = {0: "cp1252", 65001: "utf-8"}[code_page]
+        narrow = self.machine.read(text, count) if count >= 0 else self.machine.narrow(text).encode("latin-1") + b"\0"
+        encoded = narrow.decode(encoding, "replace").encode("utf-16-le")
+        if capacity and len(encoded) > 2 * capacity:
+            return self.fail(ERROR_INSUFFICIENT_BUFFER)
+        if capacity:
+            self.machine.write(buffer, encoded)
+        return len(encoded) // 2
 
     def _wtol(self, text: Wide):
         number = re.match(r"\s*([-+]?\d+)", text)
@@ -310,12 +338,16 @@ class Services:
         self.machine.write_words(section, 0, 0, 0, 0, 0)
 
     def _take(self, section, by_force):
-        count, owner, handle, _, _ = struct.unpack("<5I", self.machine.read(section, 20))
+        handle = self.machine.word(section + 8)
         if self.handles.get(handle) != "critical section":
             raise Fault("a critical section is used before it is set up")
-        if count and owner != THREAD and not by_force:
+        def is_free():
+            return not self.machine.word(section) or self.machine.word(section + 4) == self.machine.thread
+        if not is_free() and not by_force:
             return 0
-        self.machine.write_words(section, count + 1, THREAD)
+        if not self._wait(is_free, FOREVER):
+            raise Fault("a critical section is never left")
+        self.machine.write_words(section, self.machine.word(section) + 1, self.machine.thread)
         return 1
 
     def EnterCriticalSection(self, section):
@@ -326,7 +358,7 @@ class Services:
 
     def LeaveCriticalSection(self, section):
         count, owner = struct.unpack("<II", self.machine.read(section, 8))
-        if not count or owner != THREAD:
+        if not count or owner != self.machine.thread:
             raise Fault("a critical section is left that is not held")
         self.machine.write_words(section, count - 1, owner if count > 1 else 0)
 
@@ -336,8 +368,50 @@ class Services:
             self.machine.write_words(target, desired)
         return old
 
+    def _wait(self, is_over, limit):
+        """Lets other threads run until is_over() or until that many microseconds have passed; returns is_over()."""
+        thread = self.machine.thread
+        deadline = self.deadlines.setdefault(thread, self.elapsed + limit)
+        while not is_over() and self.elapsed < deadline:
+            if thread != THREAD:
+                raise Blocked
+            if self.machine.take_turns():
+                self.elapsed += TURN
+            else:
+                self.elapsed = min(self.deadlines.values())   # everybody waits, so nothing happens until then
+        del self.deadlines[thread]
+        return is_over()
+
     def Sleep(self, milliseconds):
-        self.journal.append(f"sleep {milliseconds}")
+        if self.machine.thread not in self.deadlines:   # another thread is here at each of its turns
+            self.journal.append(f"sleep {milliseconds}")
+        self._wait(lambda: False, 1000 * milliseconds)
+
+    def CreateThread(self, security, stack_size, function, argument, flags, identifier):
+        handle = self.new_handle("other thread")
+        self.machine.start_thread(handle, function, argument, lambda code: self.signalled.update({handle: code}))
+        self.machine.write_words(identifier, handle)
+        return handle
+
+    def GetExitCodeThread(self, thread, result):
+        self.machine.write_words(result, self.signalled.get(thread, STILL_ACTIVE))
+        return 1
+
+    def CreateEventW(self, security, manual, is_set, name):
+        if not manual or is_set or name:
+            raise Fault("an event that resets itself, is set already or has a name")
+        return self.new_handle("event")
+
+    def SetEvent(self, event):
+        if self.handles.get(event) != "event":
+            raise Fault(f"{event:#x} is set, which is no event")
+        self.signalled[event] = 0
+        return 1
+
+    def WaitForSingleObject(self, handle, limit):
+        if self.handles.get(handle) not in ("event", "other thread"):
+            raise Fault(f"{handle:#x} is waited for, which is neither an event nor a thread")
+        return 0 if self._wait(lambda: handle in self.signalled, 1000 * limit) else WAIT_TIMEOUT
 
     def TerminateProcess(self, process, exit_code):
         if process != 66:
@@ -479,7 +553,7 @@ class Services:
     def CreateFileW(self, path: Wide, access, sharing, security, disposition, flags, template):
         if self.fault_due("file", f"open:{path}"):
             return self.fail(ERROR_IO_DEVICE, INVALID_HANDLE)
-        exists, writing = path.lower() in self.files, access & 0x40000000
+        exists, writing = path.lower() in self.files, access & GENERIC_WRITE
         folder = path.lower().rpartition("\\")[0]
         if not exists and disposition == 3:
             return self.fail(ERROR_FILE_NOT_FOUND, INVALID_HANDLE)
@@ -487,16 +561,18 @@ class Services:
             return self.fail(ERROR_PATH_NOT_FOUND, INVALID_HANDLE)
         if path.lower() in self.folders or (writing and self._is_read_only(path)):
             return self.fail(ERROR_ACCESS_DENIED, INVALID_HANDLE)
-        if any(path.lower() == file.path and not (file.sharing and sharing) for file in self.open_files.values()):
+        if any(path.lower() == file.path and (uses_of(access) & ~file.sharing or file.uses & ~sharing)
+               for file in self.open_files.values()):
             return self.fail(32, INVALID_HANDLE)
         if not exists or disposition in (2, 5):
             self.files[path.lower()] = bytearray()
         handle = self.new_handle("file")
-        self.open_files[handle] = File(path.lower(), self.files[path.lower()], writing, sharing)
+        self.open_files[handle] = File(path.lower(), self.files[path.lower()], access, sharing)
         return handle
 
     def CloseHandle(self, handle):
         file = self.open_files.pop(handle, None)
+        self.signalled.pop(handle, None)
         if not self.handles.pop(handle, None):
             return self.fail(ERROR_INVALID_HANDLE)
         return 0 if file and self.fault_due("file", f"close:{file.path}") else 1
@@ -571,7 +647,16 @@ class Services:
         self.machine.write(result, struct.pack("<8H", year, month, weekday, day, hour, minute, second, fraction))
 
     def GetTickCount(self):
-        return 1000
+        return 1000 + self.elapsed // 1000
+
+    def QueryPerformanceFrequency(self, result):
+        self.machine.write_words(result, 1_000_000, 0)
+        return 1
+
+    def QueryPerformanceCounter(self, result):
+        self.elapsed += 1   # or a loop until some time would have no end
+        self.machine.write_words(result, self.elapsed, self.elapsed >> 32)
+        return 1
 
     def GetVersionExW(self, result):
         if self.machine.word(result) != 276:

@@ -18,12 +18,14 @@ PSM_GETTABCONTROL, PSM_GETCURRENTPAGEHWND = 0x474, 0x476
 PSCB_INITIALIZED, PSCB_GETVERSION = 1, 3
 PSN_SETACTIVE, PSN_KILLACTIVE, PSN_APPLY = -200 & 0xFFFFFFFF, -201 & 0xFFFFFFFF, -202 & 0xFFFFFFFF
 RT_DIALOG = 5
+GWL_WNDPROC = -4
 DESKTOP = 0x100
+SYSTEM_CLASSES = ("static",)
 
 # Functions of which only the answer matters here.
 ANSWERS = {
     "BeginPaint": 0x201, "CreateFontIndirectW": 0x202, "CreatePen": 0x203, "CreateSolidBrush": 0x204,
-    "DefWindowProcW": 0, "DeleteObject": 1, "DestroyIcon": 1, "DispatchMessageW": 0, "DrawTextW": 12, "EndPaint": 1,
+    "DeleteObject": 1, "DestroyIcon": 1, "DispatchMessageW": 0, "DrawTextW": 12, "EndPaint": 1,
     "GetModuleHandleW": 0x10000, "GetProcAddressW": 0, "GetMessageW": 0, "GetScrollInfo": 1, "GetStockObject": 0x205,
     "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "LoadIconW": 0x206, "LoadImageW": 0x207,
     "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0, "SelectObject": 0x208, "SetBkMode": 1,
@@ -83,12 +85,39 @@ class Phone(Services):
 
     def CreateWindowExW(self, extended, class_name: Wide, title: Wide, style, x, y, width, height, parent, menu, instance,
                         parameter):
+        if class_name.lower() in SYSTEM_CLASSES:
+            return self._create_control(title, parent, menu)
         if class_name not in self.classes:
             raise Fault(f"there is no window class '{class_name}'")
         self.seen.append(f"window {title}")
         handle = self.add_window(self.classes[class_name])
         self.send(handle, WM_CREATE)
         return handle
+
+    def _create_control(self, title, parent, identifier):
+        handle = self.add_window(0, identifier)
+        self.windows[handle].text = title
+        if parent:
+            self.windows[parent].controls[identifier] = handle
+        return handle
+
+    def DestroyWindow(self, handle):
+        self.send(handle, WM_DESTROY)
+        del self.windows[handle]
+        for window in self.windows.values():
+            window.controls = {name: control for name, control in window.controls.items() if control != handle}
+        return 1
+
+    def DefWindowProcW(self, handle, message, wparam, lparam):
+        if message == WM_SETTEXT:
+            self.windows[handle].text = self.machine.wide(lparam)
+            return 1
+        return 0
+
+    def GetWindowTextW(self, handle, buffer, capacity):
+        text = self.windows[handle].text[:capacity - 1]
+        self.machine.write_wide(buffer, text)
+        return len(text)
 
     def EnumWindows(self, function, parameter):
         for handle in list(self.windows):
@@ -136,14 +165,22 @@ class Phone(Services):
         return size
 
     def GetWindowLongW(self, window, index: int):
-        return self.windows[window].values.get(index, 0)
+        known = self.windows[window]
+        return known.procedure if index == GWL_WNDPROC else known.values.get(index, 0)
 
     def SetWindowLongW(self, window, index: int, value):
-        self.windows[window].values[index], old = value, self.windows[window].values.get(index, 0)
+        known = self.windows[window]
+        old = self.GetWindowLongW(window, index)
+        if index == GWL_WNDPROC:
+            known.procedure = value
+        else:
+            known.values[index] = value
         return old
 
     def CallWindowProcW(self, procedure, window, message, wparam, lparam):
-        return self.machine.call(procedure, window, message, wparam, lparam) if procedure else 0
+        if not procedure:
+            return self.DefWindowProcW(window, message, wparam, lparam)
+        return self.machine.call(procedure, window, message, wparam, lparam)
 
     # ---- Messages and controls ---------------------------------------------------------------------------------------------
 
@@ -158,7 +195,7 @@ class Phone(Services):
         if known.procedure:
             return self.send(window, message, wparam, lparam)
         if message == WM_SETTEXT:
-            known.text = self.machine.wide(lparam)
+            return self.DefWindowProcW(window, message, wparam, lparam)
         elif message == PSM_GETTABCONTROL:
             return self.GetDlgItem(window, 0x3020)
         elif message == CB_ADDSTRING:

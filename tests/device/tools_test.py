@@ -16,6 +16,7 @@ import check_image                                   # noqa: E402
 import elf_to_pe                                     # noqa: E402
 from emulator import Fault, Machine                  # noqa: E402
 from pe_image import PeImage                         # noqa: E402
+from phone_services import WAIT_TIMEOUT              # noqa: E402
 from phone_windows import Phone                      # noqa: E402
 
 EXPORTS = check_image.read_exports(DEVICE.parent / "phone_exports.txt")
@@ -36,6 +37,37 @@ startProgram:
 def in_place_of(instructions):
     """A program that does something else first."""
     return GOOD.replace("    mov     r1, #7", instructions + "\n    mov     r1, #7")
+
+
+THREAD_FUNCTIONS = "CreateThread\nEnterCriticalSection\nSleep\nTerminateProcess\nWaitForSingleObject"
+
+
+def with_thread(body):
+    """A program that waits 100 milliseconds for another thread; what comes of that is its exit code."""
+    return f"""
+    .text
+    .global startProgram
+startProgram:
+    mov     r0, #0
+    mov     r1, #0
+    ldr     r2, =runThread
+    ldr     r3, =section
+    sub     sp, sp, #8
+    str     r0, [sp]
+    str     r0, [sp, #4]
+    bl      CreateThread
+    mov     r1, #100
+    bl      WaitForSingleObject
+    mov     r1, r0
+    mov     r0, #66
+    b       TerminateProcess
+runThread:
+{body}
+    .ltorg
+    .data
+section:
+    .space  20
+"""
 
 
 def resource(kind, name, data):
@@ -231,6 +263,18 @@ class Emulator(Folder):
     def test_an_instruction_the_processor_does_not_have_is_a_fault(self):
         self.assertIn("Invalid instruction", self.fault(in_place_of("    .word 0xE12FFF1E   @ bx lr")))
         self.assertIn("Invalid instruction", self.fault(in_place_of("    .word 0xE16F3F13   @ clz")))
+
+    def test_another_thread_runs_while_the_first_one_waits(self):
+        outcomes = {"    mov r0, #9\n    mov pc, lr": 0,
+                    "    mov r0, #200\n    push {lr}\n    bl Sleep\n    pop {pc}": WAIT_TIMEOUT}
+        for body, outcome in outcomes.items():
+            self.assertEqual(self.run_program(with_thread(body), functions=THREAD_FUNCTIONS), outcome)
+
+    def test_what_is_a_fault_is_one_in_another_thread(self):
+        complaints = {"    ldr r3, [sp, #-6]": "unaligned access", "    sub sp, sp, #0x10000\n    push {lr}": "UNMAPPED",
+                      "    bl EnterCriticalSection": "before it is set up"}
+        for body, complaint in complaints.items():
+            self.assertIn(complaint, self.fault(with_thread(body), functions=THREAD_FUNCTIONS))
 
 
 if __name__ == "__main__":

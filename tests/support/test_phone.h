@@ -70,7 +70,12 @@ bool keyExists(const wchar_t *key, HKEY root = HKEY_CURRENT_USER);
 // The whole key with its subkeys as text, sorted: one line "name=type:data" per value; for golden files.
 std::string dumpKey(const wchar_t *key, HKEY root = HKEY_CURRENT_USER);
 
-// A file of tests/golden, its line ends as a bare line feed. A missing one fails the test.
+// ---- Files of the host ------------------------------------------------------------------------------------------------
+
+// The bytes of a file below tests/. A missing one fails the test.
+std::string testData(const char *name);
+
+// A file of tests/golden, its line ends as a bare line feed.
 std::string goldenFile(const char *name);
 
 // ---- Waiting ----------------------------------------------------------------------------------------------------------
@@ -90,5 +95,8 @@ template <typename Condition> bool waitFor(Condition condition, DWORD limit = 20
     return true;
 }
 
+// ---- Texts ------------------------------------------------------------------------------------------------------------
+
 std::string narrow(const std::wstring &text);   // UTF-8
 std::wstring widen(const std::string &utf8);
+std::vector<std::string> linesOf(const std::string &text);   // whichever way they end
