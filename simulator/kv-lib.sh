@@ -51,3 +51,20 @@ ensure_prefix() {
     ) 9>"$build_folder/wine.lock"
     prefix_is_ready || fail "there is no Wine prefix in $WINEPREFIX"
 }
+
+# run_wine PROGRAM [ARGUMENT...]: a program to its end. Now and then Wine's server closes its door on a program that is
+# just coming in: nothing of that program has run then, and it is simply started again. What it writes to stderr comes
+# when it is over.
+run_wine() {
+    local errors attempt status
+    errors=$(mktemp)
+    for attempt in 1 2 3 4 5; do
+        status=0
+        "$wine" "$@" 2>"$errors" || status=$?
+        [[ $status -ne 0 ]] && grep -q '^wine client error:0: ' "$errors" || break
+        sleep "0.$attempt"
+    done
+    cat "$errors" >&2
+    rm -f "$errors"
+    return "$status"
+}

@@ -1500,13 +1500,13 @@ TEST_CASE("saving needs no memory")
 
 // ---- What is left behind -----------------------------------------------------------------------------------------------
 
-TEST_CASE("a thousand loads and saves leave no key and no memory behind")
+TEST_CASE("hundreds of loads and saves leave no key and no memory behind")
 {
     UsedPhone phone;
     const int keys = SimLiveKeys();
     const int blocks = SimLiveAllocations();
     LONG problems = 0;
-    for (int time = 0; time < 1000; ++time) {
+    for (int time = 0; time < 200; ++time) {
         problems |= getUserSettings();
         problems |= saveUserSettings();
     }

@@ -17,7 +17,7 @@ RUNS = [("SA-1110", HERE_AND_THERE[0], True), ("PXA270", HERE_AND_THERE[1], Fals
 # Cases, by test image, that repeat very often what others do as well: they would take longer than all others together.
 LEFT_OUT = {
     "device_user_settings": {
-        "a thousand loads and saves leave no key and no memory behind",
+        "hundreds of loads and saves leave no key and no memory behind",
         "an exception at any value's reading is logged, ends the load there and leaves no key open",
         "an exception at any value's writing is logged, ends the save there and leaves no key open",
         "a value that fails to be written keeps what is stored and costs no other",
