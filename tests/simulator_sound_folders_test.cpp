@@ -20,8 +20,8 @@ Function lookedUp()
     const HMODULE shell = LoadLibraryW(L"aygshell.dll");
     if (!shell)
         return nullptr;
-    const auto function = reinterpret_cast<Function>(
-        reinterpret_cast<void *>(GetProcAddressW(shell, L"SndGetSoundDirectoriesList")));
+    const auto function =
+        reinterpret_cast<Function>(reinterpret_cast<void *>(GetProcAddressW(shell, L"SndGetSoundDirectoriesList")));
     FreeLibrary(shell);   // this program has imported it, so it stays
     return function;
 }

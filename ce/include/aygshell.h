@@ -58,7 +58,8 @@ struct SNDDIRECTORYINFO {
 };
 
 // The folders with sounds for an event, as one array that the caller releases with LocalFree.
-PHONE_API HRESULT SndGetSoundDirectoriesList(SND_EVENT event, DWORD locations, SNDDIRECTORYINFO **directories, int *count);
+PHONE_API HRESULT SndGetSoundDirectoriesList(SND_EVENT event, DWORD locations, SNDDIRECTORYINFO **directories,
+                                             int *count);
 
 #ifdef UNDER_CE
 static_assert(sizeof(SHINITDLGINFO) == 12 && sizeof(SHMENUBARINFO) == 36 && sizeof(SIPINFO) == 48);
