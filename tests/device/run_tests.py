@@ -79,6 +79,9 @@ class TestedPhone(Phone):
             self.TestFolder(path.rpartition("\\")[0], 1)
             self.files[path.lower()] = bytearray(self.machine.read(data, size) if size else b"")
 
+    def TestStore(self, volume: Wide, lines, size):
+        self.stores[volume.lower()] = self.machine.read(lines, size).decode("utf-8") if size else ""
+
     def TestFolder(self, path: Wide, exists):
         path = path.lower()
         if exists:
@@ -134,6 +137,12 @@ class TestedPhone(Phone):
 
     def SimLiveFiles(self):
         return len(self.open_files)
+
+    def SimLiveDatabases(self):
+        return len(self.open_databases)
+
+    def SimLiveObjects(self):
+        return self.held_objects()
 
     def SimLiveGdi(self):
         return self.device_contexts
