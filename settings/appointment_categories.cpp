@@ -154,8 +154,6 @@ const wchar_t *categoryName(const DatabaseRecord &record)
 {
     const CEPROPVAL *name = nullptr, *number = nullptr;
     for (const CEPROPVAL &each : record) {
-        if (each.wFlags & CEDB_PROPNOTFOUND)
-            continue;
         const CEPROPVAL *&first = isText(each) ? name : number;
         if (!first)
             first = &each;

@@ -80,8 +80,10 @@ void fill(CEPROPVAL *values, const std::vector<WantedProperty> &wanted)
             memcpy(text, each.text.c_str(), count * sizeof(wchar_t));
             values->val.lpwstr = text;
             text += count;
-        } else
+        } else {
             values->wFlags = CEDB_PROPNOTFOUND;
+            values->val.ulVal = ERROR_NOT_FOUND;   // nothing that anybody should take for a text
+        }
         ++values;
     }
 }
@@ -204,14 +206,18 @@ HRESULT FolderItem::GetProps(const CEPROPID *properties, ULONG flags, WORD count
     if (!properties || count == 0 || !values || !size)
         return answer({L"property", L"(none)"}, E_INVALIDARG);
     const std::wstring first = hexadecimal(properties[0]);
-    if (fails(L"property", first))
-        return answer({L"property", first}, E_FAIL);
+    const bool failed = fails(L"property", first);
     std::vector<WantedProperty> wanted;
     for (WORD i = 0; i < count; ++i) {
-        const bool known = properties[i] == PIMPR_FOLDER_CATEGORIES;
+        const bool known = properties[i] == PIMPR_FOLDER_CATEGORIES && settingNumber(L"outlook", L"lists", 1);
         wanted.push_back({properties[i], known, known ? categoryList(sizeTold) : L""});
     }
     const ULONG needed = sizeOf(wanted);
+    if (failed) {   // its buffer may hold what it likes
+        if (*values && *size >= needed)
+            fill(*values, wanted);
+        return answer({L"property", first}, E_FAIL);
+    }
     CEPROPVAL *const buffer = room(*values, *size, needed, flags, heap);
     *size = needed;
     sizeTold = true;

@@ -187,6 +187,16 @@ TEST_CASE("a phone without Pocket Outlook has no categories")
     CHECK(phone.journal("com").back() == "com create {05058F23-20BE-11D2-8F18-0000F87A4335} 0x80040154");
 }
 
+TEST_CASE("a calendar that does not have the property has no categories")
+{
+    CategoriesPhone phone;
+    phone.set(L"outlook", L"lists", L"0");
+    CHECK(categories() == L"(none)");
+    CHECK(listed() == Names{});
+    CHECK(phone.journal("outlook")[3] == "outlook property 0x101A001F 0x0");
+    CHECK(phone.log().empty());
+}
+
 TEST_CASE("without COM there are no categories")
 {
     CategoriesPhone phone;

@@ -219,6 +219,12 @@ TEST_CASE("properties go into a buffer that is large enough, and its size is tol
     CHECK(values[0].wFlags == CEDB_PROPNOTFOUND);
     CHECK(std::wstring(values[1].val.lpwstr) == L"Work, Play");
 
+    phone.set(L"outlook", L"lists", L"0");
+    size = sizeof memory;
+    REQUIRE(calendar.get({0x101A001F}, &values, &size) == ok);
+    CHECK(size == sizeof(CEPROPVAL));
+    CHECK(values->wFlags == CEDB_PROPNOTFOUND);
+
     CHECK(calendar.get({}, &values, &size) == badArgument);
     CHECK(calendar.get({0x101A001F}, nullptr, &size) == badArgument);
     CHECK(calendar.get({0x101A001F}, &values, nullptr) == badArgument);

@@ -24,7 +24,7 @@ OUTLOOK = "{05058F23-20BE-11D2-8F18-0000F87A4335}"
 UNKNOWN = "{00000000-0000-0000-C000-000000000046}"
 APPLICATION, APPLICATION2 = "{05058F22-20BE-11D2-8F18-0000F87A4335}", "{AF7D0DC7-3D35-424B-AA60-27A38B8B629E}"
 FOLDER, ITEM = "{05058F20-20BE-11D2-8F18-0000F87A4335}", "{FB8998D0-38F0-4D12-AC56-4EC8FCE9F3D5}"
-FOLDER_CATEGORIES = 0x101A001F
+FOLDER_CATEGORIES, PROPERTY_NOT_FOUND, ERROR_NOT_FOUND = 0x101A001F, 0x0100, 1168
 
 
 # ---- Databases ---------------------------------------------------------------------------------------------------------
@@ -277,17 +277,20 @@ class FolderItem(Counted):
         if count != 1 or machine.word(properties) != FOLDER_CATEGORIES or flags:
             raise Fault("GetProps: only the categories, into the caller's buffer, are simulated here")
         line = f"property 0x{FOLDER_CATEGORIES:X}"
-        if self.phone.fault_due("com", f"property:0x{FOLDER_CATEGORIES:X}"):
+        failed = self.phone.fault_due("com", f"property:0x{FOLDER_CATEGORIES:X}")
+        has_list = self.phone.settings.number("outlook", "lists", 1)
+        text = self.phone.category_list(self.size_told).encode("utf-16-le") + b"\0\0" if has_list else b""
+        room, needed, block = machine.word(size), 16 + len(text), machine.word(values)
+        if block and room >= needed:   # even when it fails: the buffer may hold what it likes
+            flags_and_value = (0, block + 16) if has_list else (PROPERTY_NOT_FOUND << 16, ERROR_NOT_FOUND)
+            machine.write_words(block, FOLDER_CATEGORIES, *flags_and_value, 0)
+            machine.write(block + 16, text)
+        if failed:
             return self.answer(line, E_FAIL)
-        text = self.phone.category_list(self.size_told).encode("utf-16-le") + b"\0\0"
         self.size_told = True
-        room, needed = machine.word(size), 16 + len(text)
         machine.write_words(size, needed)
-        block = machine.word(values)
         if not block or room < needed:
             return self.answer(line, NO_ROOM)
-        machine.write_words(block, FOLDER_CATEGORIES, 0, block + 16, 0)
-        machine.write(block + 16, text)
         return self.answer(line, S_OK)
 
 
