@@ -72,8 +72,8 @@ struct IPOutlookApp2 : IPOutlookApp {
 struct IItem : IUnknown {
     // Without CEDB_ALLOWREALLOC, *values is the caller's buffer of *size bytes; when that is too small, the call fails and
     // *size is what it takes.
-    virtual HRESULT WINAPI GetProps(const CEPROPID *properties, ULONG flags, WORD count, CEPROPVAL **values, ULONG *size,
-                                    HANDLE heap) = 0;
+    virtual HRESULT WINAPI GetProps(const CEPROPID *properties, ULONG flags, WORD count, CEPROPVAL **values,
+                                    ULONG *size, HANDLE heap) = 0;
     virtual HRESULT WINAPI SetProps(ULONG flags, WORD count, CEPROPVAL *values) = 0;
     virtual HRESULT WINAPI Save() = 0;
     virtual HRESULT WINAPI Delete() = 0;

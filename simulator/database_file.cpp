@@ -39,8 +39,7 @@ bool parseTime(const std::wstring &text, FILETIME &time)
     int length = 0;
     const int count = swscanf(text.c_str(), L"%hu-%hu-%hu %hu:%hu:%hu%n", fields[0], fields[1], fields[2], fields[3],
                               fields[4], fields[5], &length);
-    return count == ARRAYSIZE(fields) && length == static_cast<int>(text.size()) &&
-           SystemTimeToFileTime(&parts, &time);
+    return count == ARRAYSIZE(fields) && length == static_cast<int>(text.size()) && SystemTimeToFileTime(&parts, &time);
 }
 
 // Bytes as pairs of hexadecimal digits with blanks between them.

@@ -288,8 +288,7 @@ HANDLE openDatabase(const CEGUID *guid, CEOID *oid, LPCWSTR name, CEPROPID sortP
             addHandleCloser(closeDatabase);
             const ULONG_PTR handle = nextHandle;
             nextHandle += 4;
-            databases.insert({handle,
-                              {database->name, volume.guid, records, (flags & CEDB_AUTOINCREMENT) != 0, 0, 0}});
+            databases.insert({handle, {database->name, volume.guid, records, (flags & CEDB_AUTOINCREMENT) != 0, 0, 0}});
             report({L"open", shown, volume.path});
             return reinterpret_cast<HANDLE>(handle);
         }
@@ -352,8 +351,8 @@ CEOID seek(OpenDatabase &database, DWORD seekType, DWORD value, DWORD *index)
         refuse(ERROR_INVALID_PARAMETER);
         return 0;
     }
-    const std::wstring distance = number(seekType == CEDB_SEEK_CEOID ? static_cast<long long>(value)
-                                                                     : static_cast<LONG>(value));
+    const std::wstring distance =
+        number(seekType == CEDB_SEEK_CEOID ? static_cast<long long>(value) : static_cast<LONG>(value));
     report({L"seek", database.name, seekName(seekType), distance});
     const long long place = placeSought(database, seekType, value);
     const bool exists = place >= 0 && place < static_cast<long long>(database.records.size());

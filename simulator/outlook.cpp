@@ -47,8 +47,7 @@ std::wstring joined(const std::vector<std::wstring> &names)
 std::wstring categoryList(bool withLateOnes)
 {
     const std::wstring asTheyStand = setting(L"categories", L"list");
-    const std::wstring text =
-        asTheyStand.empty() ? joined(settingList(L"categories", L"names")) : asTheyStand;
+    const std::wstring text = asTheyStand.empty() ? joined(settingList(L"categories", L"names")) : asTheyStand;
     return withLateOnes ? text + setting(L"categories", L"late") : text;
 }
 

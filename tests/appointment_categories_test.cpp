@@ -141,8 +141,7 @@ TEST_CASE("when any step fails there are no categories, and what was begun is en
          {"outlook logon 0x0", "outlook folder 9 0x0", "outlook logoff 0x0"}},
         {"every property",
          L"property:*",
-         {"outlook logon 0x0", "outlook folder 9 0x0", "outlook property 0x101A001F 0x80004005",
-          "outlook logoff 0x0"}},
+         {"outlook logon 0x0", "outlook folder 9 0x0", "outlook property 0x101A001F 0x80004005", "outlook logoff 0x0"}},
     };
     for (const Row &row : rows) {
         CategoriesPhone phone;
@@ -287,8 +286,11 @@ TEST_CASE("the text is split where a comma and a blank are, and nowhere else")
         {L"A,", {L"A,"}},
         {L", , ", {}},
         {L", ", {}},
-        {L"Gesch\x00E4" L"ft, \x041B\x0438\x0447\x043D\x043E\x0435, \x4F1A\x8B70",
-         {L"Gesch\x00E4" L"ft", L"\x041B\x0438\x0447\x043D\x043E\x0435", L"\x4F1A\x8B70"}},
+        {L"Gesch\x00E4"
+         L"ft, \x041B\x0438\x0447\x043D\x043E\x0435, \x4F1A\x8B70",
+         {L"Gesch\x00E4"
+          L"ft",
+          L"\x041B\x0438\x0447\x043D\x043E\x0435", L"\x4F1A\x8B70"}},
     };
     CategoriesPhone phone;
     for (const auto &row : rows) {
@@ -321,10 +323,9 @@ TEST_CASE("an older phone's categories come from its database, those with a name
 {
     CategoriesPhone phone("ppc2003");
     CHECK(listed() == Names{L"Business", L"Holiday", L"Personal"});
-    CHECK(phone.journal("database") ==
-          std::vector<std::string>{"database open \\Categories Database object store",
-                                   "database seek \\Categories Database beginning 0",
-                                   "database close \\Categories Database 7"});
+    CHECK(phone.journal("database") == std::vector<std::string>{"database open \\Categories Database object store",
+                                                                "database seek \\Categories Database beginning 0",
+                                                                "database close \\Categories Database 7"});
     CHECK(phone.journal("outlook").empty());
     CHECK(phone.log().empty());
 }
@@ -375,7 +376,9 @@ TEST_CASE("names of the database are taken as they are")
                                   "record\n0x4001001F = \" \"\n0x40020013 = 1\n"
                                   "record\n0x4001001F = Gesch\xC3\xA4"
                                   "ft\n0x40020013 = 1\n");
-    CHECK(listed() == Names{L"Smith, Jones", L" ", L"Gesch\x00E4" L"ft"});
+    CHECK(listed() == Names{L"Smith, Jones", L" ",
+                            L"Gesch\x00E4"
+                            L"ft"});
 }
 
 TEST_CASE("a hundred records are listed in their order")

@@ -113,11 +113,10 @@ TEST_CASE("a database is closed by its scope, by opening another one, and once o
     }
     CHECK(SimLiveDatabases() == before);
     CHECK(phone.journal("database") ==
-          std::vector<std::string>{"database open Fruit object store", "database close Fruit 0",
-                                   "database open Empty object store", "database close Empty 0",
-                                   "database open Vegetables not found", "database open Fruit object store",
-                                   "database close Fruit 0", "database open Fruit object store",
-                                   "database close Fruit 0"});
+          std::vector<std::string>{
+              "database open Fruit object store", "database close Fruit 0", "database open Empty object store",
+              "database close Empty 0", "database open Vegetables not found", "database open Fruit object store",
+              "database close Fruit 0", "database open Fruit object store", "database close Fruit 0"});
 }
 
 TEST_CASE("a record's memory goes with the next one, a failed read and the record itself")

@@ -144,9 +144,9 @@ TEST_CASE("what is not there cannot be opened")
     CHECK(GetLastError() == ERROR_INVALID_PARAMETER);
     CHECK(isNone(CeOpenDatabase(nullptr, const_cast<wchar_t *>(L"Fruit"), 0, 0, nullptr)));
     CHECK(isNone(openIn({1, 2, 3, 4}, L"Fruit")));   // no volume of that name is mounted
-    CHECK(phone.journal("database") ==
-          std::vector<std::string>{"database open Vegetables not found", "database open number 99 not found",
-                                   "database open Fruit not found"});
+    CHECK(phone.journal("database") == std::vector<std::string>{"database open Vegetables not found",
+                                                                "database open number 99 not found",
+                                                                "database open Fruit not found"});
 }
 
 TEST_CASE("a phone without stores has no database")
@@ -197,13 +197,13 @@ TEST_CASE("seeking finds places from the beginning, the end, the present one, an
         int index;   // -1: nowhere
         const char *record;
     } rows[] = {
-        {CEDB_SEEK_BEGINNING, 0, 0, "Pear 2"},   {CEDB_SEEK_BEGINNING, 2, 2, "1"},
-        {CEDB_SEEK_BEGINNING, 3, -1, "(none)"},  {CEDB_SEEK_BEGINNING, 1, 1, "apple 3"},
-        {CEDB_SEEK_CURRENT, 1, 2, "1"},          {CEDB_SEEK_CURRENT, 1, -1, "(none)"},
-        {CEDB_SEEK_CURRENT, -1, 2, "1"},         {CEDB_SEEK_CURRENT, -2, 0, "Pear 2"},
-        {CEDB_SEEK_CURRENT, -1, -1, "(none)"},   {CEDB_SEEK_END, 0, 2, "1"},
-        {CEDB_SEEK_END, -2, 0, "Pear 2"},        {CEDB_SEEK_END, -3, -1, "(none)"},
-        {CEDB_SEEK_CEOID, 3, 1, "apple 3"},      {CEDB_SEEK_CEOID, 1, -1, "(none)"},   // the database's own
+        {CEDB_SEEK_BEGINNING, 0, 0, "Pear 2"},  {CEDB_SEEK_BEGINNING, 2, 2, "1"},
+        {CEDB_SEEK_BEGINNING, 3, -1, "(none)"}, {CEDB_SEEK_BEGINNING, 1, 1, "apple 3"},
+        {CEDB_SEEK_CURRENT, 1, 2, "1"},         {CEDB_SEEK_CURRENT, 1, -1, "(none)"},
+        {CEDB_SEEK_CURRENT, -1, 2, "1"},        {CEDB_SEEK_CURRENT, -2, 0, "Pear 2"},
+        {CEDB_SEEK_CURRENT, -1, -1, "(none)"},  {CEDB_SEEK_END, 0, 2, "1"},
+        {CEDB_SEEK_END, -2, 0, "Pear 2"},       {CEDB_SEEK_END, -3, -1, "(none)"},
+        {CEDB_SEEK_CEOID, 3, 1, "apple 3"},     {CEDB_SEEK_CEOID, 1, -1, "(none)"},   // the database's own
     };
     for (const auto &row : rows) {
         INFO(row.type << " " << row.value);
@@ -291,7 +291,8 @@ TEST_CASE("properties of all types")
     CHECK(std::vector<BYTE>(values[7].val.blob.lpb, values[7].val.blob.lpb + 3) == std::vector<BYTE>{0, 0x7F, 0xFF});
     CHECK(std::wstring(values[8].val.lpwstr) == L" blanks ");
     CHECK(std::wstring(values[9].val.lpwstr) == L"");
-    CHECK(std::wstring(values[10].val.lpwstr) == L"Gesch\x00E4" L"ft = \"a\"");
+    CHECK(std::wstring(values[10].val.lpwstr) == L"Gesch\x00E4"
+                                                 L"ft = \"a\"");
     for (WORD i = 0; i < count; ++i)
         CHECK(values[i].wFlags == 0);
     LocalFree(buffer);
@@ -381,13 +382,13 @@ TEST_CASE("a volume is mounted, its databases opened, and unmounted when none of
     CHECK_FALSE(CeUnmountDBVol(&volume));
     CHECK(isNone(openIn(volume, L"pmailFolders")));
     CHECK(phone.journal("database") ==
-          std::vector<std::string>{
-              "database mount \\cemail.vol", "database mount \\CEMAIL.VOL mounted already",
-              "database open Fruit not found", "database open pmailFolders not found",
-              "database open pmailFolders \\cemail.vol", "database unmount \\cemail.vol in use",
-              "database close pmailFolders 1", "database open pmailFolders \\cemail.vol",
-              "database close pmailFolders 0", "database open Fruit object store", "database close Fruit 0",
-              "database unmount \\cemail.vol", "database open pmailFolders not found"});
+          std::vector<std::string>{"database mount \\cemail.vol", "database mount \\CEMAIL.VOL mounted already",
+                                   "database open Fruit not found", "database open pmailFolders not found",
+                                   "database open pmailFolders \\cemail.vol", "database unmount \\cemail.vol in use",
+                                   "database close pmailFolders 1", "database open pmailFolders \\cemail.vol",
+                                   "database close pmailFolders 0", "database open Fruit object store",
+                                   "database close Fruit 0", "database unmount \\cemail.vol",
+                                   "database open pmailFolders not found"});
 }
 
 TEST_CASE("how a volume is mounted that is there, and one that is not")

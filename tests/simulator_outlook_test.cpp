@@ -312,10 +312,10 @@ TEST_CASE("every step fails and throws on order")
     call(folder, release);
     call(outlook, release);
     CHECK(phone.journal("com")[1] == "com create {05058F23-20BE-11D2-8F18-0000F87A4335} 0x80004005");
-    CHECK(phone.journal("outlook") ==
-          std::vector<std::string>{"outlook logon 0x80004005", "outlook logon 0x0", "outlook folder 10 0x80004005",
-                                   "outlook folder 9 0x0", "outlook property 0x101A001F 0x80004005",
-                                   "outlook logoff 0x80004005"});
+    CHECK(phone.journal("outlook") == std::vector<std::string>{"outlook logon 0x80004005", "outlook logon 0x0",
+                                                               "outlook folder 10 0x80004005", "outlook folder 9 0x0",
+                                                               "outlook property 0x101A001F 0x80004005",
+                                                               "outlook logoff 0x80004005"});
 }
 
 TEST_CASE("what is still held when COM ends is told in the journal")
