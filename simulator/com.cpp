@@ -1,7 +1,9 @@
 // COM. The program imports the desktop's own ole32.dll; the entry points it uses are redirected here so that a phone
-// without a media player behaves so, and so that the journal tells of it.
+// without a media player behaves so, so that there is a Pocket Outlook, and so that the journal tells of it.
 #include "com.h"
 
+#include "faults.h"
+#include "outlook.h"
 #include "phone.h"
 
 #include <algorithm>
@@ -30,14 +32,22 @@ std::wstring classText(REFCLSID classId)
     return text;
 }
 
+HRESULT createInstance(REFCLSID classId, LPUNKNOWN outer, DWORD context, REFIID interfaceId, LPVOID *object)
+{
+    const bool failed = failsByOrder(FaultKind::object, L"create", classText(classId).c_str());
+    const bool isMissing = classId == mediaPlayerClass && !settingNumber(L"media", L"player", 1);
+    if (failed || isMissing) {
+        *object = nullptr;
+        return failed ? E_FAIL : REGDB_E_CLASSNOTREG;
+    }
+    return classId == CLSID_OutlookApplication ? createOutlook(outer, interfaceId, object)
+                                               : CoCreateInstance(classId, outer, context, interfaceId, object);
+}
+
 HRESULT WINAPI watchedCreateInstance(REFCLSID classId, LPUNKNOWN outer, DWORD context, REFIID interfaceId,
                                      LPVOID *object)
 {
-    HRESULT result = REGDB_E_CLASSNOTREG;
-    if (classId == mediaPlayerClass && !settingNumber(L"media", L"player", 1))
-        *object = nullptr;
-    else
-        result = CoCreateInstance(classId, outer, context, interfaceId, object);
+    const HRESULT result = createInstance(classId, outer, context, interfaceId, object);
     journal(L"com", {L"create", classText(classId), hexadecimal(static_cast<DWORD>(result))});
     if (SUCCEEDED(result)) {
         auto *const created = static_cast<IUnknown *>(*object);
@@ -119,8 +129,9 @@ bool redirectMainModule()
 int liveObjects()
 {
     Guard guard(objectsLock);
-    return static_cast<int>(
-        std::count_if(objects.begin(), objects.end(), [](IUnknown *each) { return foreignReferences(each) > 0; }));
+    const auto held =
+        std::count_if(objects.begin(), objects.end(), [](IUnknown *each) { return foreignReferences(each) > 0; });
+    return static_cast<int>(held) + liveOutlookFolders();
 }
 
 }   // namespace sim

@@ -147,7 +147,7 @@ TEST_CASE("an unknown kind or a negative number is no order")
     CHECK_FALSE(order(L"", 1, nullptr));
     CHECK_FALSE(order(nullptr, 1, nullptr));
     CHECK_FALSE(order(L"registry", -1, nullptr));
-    for (const wchar_t *kind : {L"registry", L"file", L"memory", L"database", L"REGISTRY"})
+    for (const wchar_t *kind : {L"registry", L"file", L"memory", L"database", L"com", L"REGISTRY"})
         CHECK(order(kind, 99, nullptr));
 }
 

@@ -18,6 +18,7 @@ PAGE = 0x1000
 STACK_TOP, STACK_SIZE = 0x0C010000, 0x10000
 THREAD_STACKS = 0x0D000000  # of the other threads, each with nothing below it
 HEAP, HEAP_SIZE = 0x20000000, 0x1000000
+OBJECTS, OBJECTS_SIZE = 0x30000000, 0x10000   # of COM, and their tables of functions
 IMPORTS = 0xE0000000      # one word per imported function; calls to them end up here
 RETURN = IMPORTS - 4      # where calls from outside return to
 USER_DATA = 0xFFFFC000    # the page in which the system keeps the current thread's identifier
@@ -91,6 +92,7 @@ class Machine:
             self.engine.mem_protect(self.base + section.address, size, protection)
         self.engine.mem_map(STACK_TOP - STACK_SIZE, STACK_SIZE, UC_PROT_READ | UC_PROT_WRITE)
         self.engine.mem_map(HEAP, HEAP_SIZE, UC_PROT_READ | UC_PROT_WRITE)
+        self.engine.mem_map(OBJECTS, OBJECTS_SIZE, UC_PROT_READ)
         self.engine.mem_map(USER_DATA, PAGE, UC_PROT_READ)
         self._become(THREAD)
 
@@ -122,6 +124,17 @@ class Machine:
             def missing():
                 raise Fault(f"{dll}: the stand-in phone has no {name}")
             return missing
+        return self._adapted(function)
+
+    def offer(self, function):
+        """An address at which the program can call a function of the phone that it does not import."""
+        address = max(self.imports, default=IMPORTS - 4) + 4
+        if address >= IMPORTS + PAGE:
+            raise Fault("no room for further functions")
+        self.imports[address] = self._adapted(function)
+        return address
+
+    def _adapted(self, function):
         kinds = [parameter.annotation for parameter in inspect.signature(function).parameters.values()]
 
         def call():

@@ -9,6 +9,7 @@ import struct
 from pathlib import Path
 
 from emulator import Blocked, Fault, Heap, Narrow, ProgramEnd, THREAD, ThrowOrdered, Wide
+from phone_databases import Databases, Objects
 
 ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_INVALID_HANDLE = 2, 3, 5, 6
 ERROR_INVALID_PARAMETER, ERROR_INSUFFICIENT_BUFFER, ERROR_MORE_DATA = 87, 122, 234
@@ -166,7 +167,7 @@ def format_text(machine, text, arguments, wide):
     return FORMAT.sub(one, text)
 
 
-class Services:
+class Services(Databases, Objects):
     """Memory, C runtime, registry, files, clock, facts about the phone."""
 
     def __init__(self, phones, base="wm6"):
@@ -179,6 +180,7 @@ class Services:
         self.elapsed = 0       # microseconds
         self.deadlines = {}    # of the threads that wait
         self.signalled = {}    # events that are set and threads that have ended: their exit codes
+        self.begin_objects()
         self.use(base)
 
     def use(self, base):
@@ -202,6 +204,8 @@ class Services:
                 self.files[name.lower()] = bytearray(path.read_bytes())
         self.open_keys, self.open_files, self.searches = {}, {}, {}
         self.libraries = 0     # loaded and not released yet
+        self.open_keys, self.open_files = {}, {}
+        self.use_stores(folder)
         self.orders, self.clock, self.last_error = [], None, 0
         self.journal = []
 
@@ -596,6 +600,7 @@ class Services:
         self.signalled.pop(handle, None)
         if not self.handles.pop(handle, None):
             return self.fail(ERROR_INVALID_HANDLE)
+        self.close_database(handle)
         return 0 if file and self.fault_due("file", f"close:{file.path}") else 1
 
     def _file(self, handle, operation):
@@ -772,15 +777,3 @@ class Services:
     def GetSystemMetrics(self, index):
         screen = {0: ("width", 240), 1: ("height", 320)}
         return self.settings.number("screen", *screen[index]) if index in screen else 0
-
-    # ---- COM -------------------------------------------------------------------------------------------------------------
-
-    def CoInitializeEx(self, reserved, concurrency):
-        return 0
-
-    def CoUninitialize(self):
-        return 0
-
-    def CoCreateInstance(self, class_id, outer, context, interface_id, result):
-        self.machine.write_words(result, 0)
-        return 0x80040154   # not registered: no objects here

@@ -80,6 +80,9 @@ class TestedPhone(Phone):
             self.spelling[path.lower()] = path
             self.files[path.lower()] = bytearray(self.machine.read(data, size) if size else b"")
 
+    def TestStore(self, volume: Wide, lines, size):
+        self.stores[volume.lower()] = self.machine.read(lines, size).decode("utf-8") if size else ""
+
     def TestFolder(self, path: Wide, exists):
         self.spelling.setdefault(path.lower(), path)
         path = path.lower()
@@ -139,6 +142,11 @@ class TestedPhone(Phone):
 
     def SimLiveSearches(self):
         return len(self.searches)
+    def SimLiveDatabases(self):
+        return len(self.open_databases)
+
+    def SimLiveObjects(self):
+        return self.held_objects()
 
     def SimLiveGdi(self):
         return self.device_contexts

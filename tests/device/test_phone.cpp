@@ -17,6 +17,7 @@ int TestFile(const wchar_t *path, void *buffer, int size);   // its size; -1 whe
 void TestWriteFile(const wchar_t *path, const void *bytes, size_t size);   // without bytes: removes it
 int TestHostFile(const char *path, void *buffer, int size);                // the same of the machine this runs on
 void TestFolder(const wchar_t *path, BOOL exists);
+void TestStore(const wchar_t *volume, const char *lines, size_t size);
 BOOL TestFreshPhone(const wchar_t *base);
 int TestJournal(char *buffer, int size);   // lines; the size of all
 }
@@ -79,6 +80,11 @@ void TestPhone::makeFolder(const wchar_t *path) const
 void TestPhone::removeFolder(const wchar_t *path) const
 {
     TestFolder(path, FALSE);
+}
+
+void TestPhone::writeStore(const wchar_t *volume, const std::string &lines) const
+{
+    TestStore(volume, lines.data(), lines.size());
 }
 
 std::vector<std::string> TestPhone::journal(const std::string &kind) const

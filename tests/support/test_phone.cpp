@@ -108,6 +108,14 @@ void TestPhone::removeFolder(const wchar_t *path) const
     fs::remove_all(hostPathOf(path));
 }
 
+void TestPhone::writeStore(const wchar_t *volume, const std::string &lines) const
+{
+    const fs::path folder = fs::path(hostFolder) / "stores";
+    fs::create_directories(folder);
+    std::ofstream(folder / (std::wstring(volume) + L".txt"), std::ios::binary | std::ios::trunc)
+        .write(lines.data(), static_cast<std::streamsize>(lines.size()));
+}
+
 std::vector<std::string> TestPhone::journal(const std::string &kind) const
 {
     std::vector<std::string> found;

@@ -27,6 +27,9 @@ public:
     // A language file in the install directory, from lines of wide text: byte order mark and CR LF are added.
     void writeLanguageFile(const wchar_t *code, const std::vector<std::wstring> &lines) const;
 
+    // Replaces a volume of the phone's databases by a text of lines, "object store" or the volume's file name.
+    void writeStore(const wchar_t *volume, const std::string &lines) const;
+
     // The journal's lines of one kind, their fields joined by a blank; all kinds when kind is empty.
     std::vector<std::string> journal(const std::string &kind = "") const;
 

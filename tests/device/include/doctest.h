@@ -69,6 +69,16 @@ public:
 
 #define CHECK(...) onDevice::report(static_cast<bool>(__VA_ARGS__), #__VA_ARGS__, __FILE__, __LINE__)
 #define CHECK_FALSE(...) onDevice::report(!(__VA_ARGS__), "not " #__VA_ARGS__, __FILE__, __LINE__)
+#define CHECK_THROWS(...)                                                                                              \
+    do {                                                                                                               \
+        bool throws = false;                                                                                           \
+        try {                                                                                                          \
+            __VA_ARGS__;                                                                                               \
+        } catch (...) {                                                                                                \
+            throws = true;                                                                                             \
+        }                                                                                                              \
+        onDevice::report(throws, "throws: " #__VA_ARGS__, __FILE__, __LINE__);                                         \
+    } while (false)
 #define REQUIRE(...)                                                                                                   \
     do {                                                                                                               \
         const bool holds = static_cast<bool>(__VA_ARGS__);                                                             \
