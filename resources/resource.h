@@ -4,6 +4,10 @@
 // ---- Icons (the lowest number is the program's icon) ----
 #define IDI_PROGRAM 102
 #define IDI_HELP 103
+#define IDI_SCHEDULE 104
+#define IDI_EVENT 130   // of the Profile Time dialog
+#define IDI_UP 131
+#define IDI_DOWN 132
 
 // ---- Dialogs ----
 #define IDD_OPTIONS 500
@@ -14,6 +18,8 @@
 #define IDD_ADDON_PAGE 122
 #define IDD_ABOUT_PAGE 120
 #define IDD_ABOUT_PAGE_LANDSCAPE 194
+#define IDD_PROFILE_TIME 173
+#define IDD_PROFILE_TIME_LANDSCAPE 196
 
 // ---- Any dialog ----
 #define IDC_STATIC -1   // a control that is never addressed
@@ -53,6 +59,23 @@
 
 // ---- Find File dialog ----
 #define IDC_FILE_LIST 1319
+
+// ---- Profile Time dialog ----
+#define IDC_SWITCH_PROFILE 1253
+#define IDC_TO_TIME_MODE 1268
+#define IDC_SWITCH_TIME 1270
+#define IDC_SWITCH_LIST 1276
+#define IDC_ADD_SWITCH 1278
+#define IDC_DELETE_SWITCH 1279
+#define IDC_MONDAY 1300   // to 1306, Sunday
+#define IDC_EVENT 1338
+#define IDC_TO_EVENT_MODE 1339
+#define IDC_EVENT_HINT 1341
+#define IDC_SWITCH_UP 1365
+#define IDC_SWITCH_DOWN 1366
+#define IDC_SWITCH_TO_TEXT 1600
+#define IDC_ON_TEXT 1601
+#define IDC_AT_TEXT 1602
 
 // ---- Option file editor ----
 #define IDC_OPTION_TEXT 1097

@@ -34,6 +34,10 @@ SOURCES = pathlib.Path(__file__).resolve().parent
 ICONS = {
     "program.ico": ((16, "program-16.svg"), (32, "program.svg"), (48, "program.svg"), (64, "program.svg")),
     "help.ico": ((16, "help-16.svg"), (32, "help.svg")),
+    "schedule.ico": ((16, "schedule-16.svg"), (32, "schedule.svg")),
+    "event.ico": ((16, "event-16.svg"), (32, "event.svg")),
+    "up.ico": ((16, "up-16.svg"), (32, "up.svg")),
+    "down.ico": ((16, "down-16.svg"), (32, "down.svg")),
 }
 
 EDGE_COLOUR = "rgb(220,220,230)"
