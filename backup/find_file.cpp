@@ -74,7 +74,7 @@ constexpr LPARAM filesBehind = 66000;
 void makeImages()
 {
     const int width = scaleX(imageSize), height = scaleY(imageSize);
-    images = ImageList_Create(width, height, ILC_COLOR | ILC_MASK, countOf(imageIcons), 0);
+    images = ImageList_Create(width, height, ILC_COLORDDB | ILC_MASK, countOf(imageIcons), 0);
     for (int icon : imageIcons) {
         const HANDLE image = LoadImageW(appInstance, MAKEINTRESOURCEW(icon), IMAGE_ICON, width, height, 0);
         ImageList_ReplaceIcon(images, -1, static_cast<HICON>(image));
