@@ -223,10 +223,9 @@ void show(HWND dialog, int control, bool visible)
     ShowWindow(GetDlgItem(dialog, control), visible ? SW_SHOW : SW_HIDE);
 }
 
-// Nobody could go on by keys from a control that is hidden.
-void keepFocusVisible(HWND dialog, int refuge)
+// Nobody could go on by keys from a control that has been hidden.
+void keepFocusVisible(HWND dialog, HWND focus, int refuge)
 {
-    const HWND focus = GetFocus();
     if (focus && GetParent(focus) == dialog && !isVisible(focus))
         SetFocus(GetDlgItem(dialog, refuge));
 }
@@ -235,6 +234,7 @@ void switchMode(HWND dialog, bool eventMode)
 {
     constexpr int inTimeMode[] = {IDC_TO_EVENT_MODE, IDC_AT_TEXT, IDC_SWITCH_TIME};
     constexpr int inEventMode[] = {IDC_TO_TIME_MODE, IDC_EVENT, IDC_EVENT_HINT};
+    const HWND focus = GetFocus();
     state.eventMode = eventMode;
     for (int control : inTimeMode)
         show(dialog, control, !eventMode);
@@ -242,7 +242,7 @@ void switchMode(HWND dialog, bool eventMode)
         show(dialog, IDC_MONDAY + day, !eventMode);
     for (int control : inEventMode)
         show(dialog, control, eventMode);
-    keepFocusVisible(dialog, eventMode ? IDC_TO_TIME_MODE : IDC_TO_EVENT_MODE);
+    keepFocusVisible(dialog, focus, eventMode ? IDC_TO_TIME_MODE : IDC_TO_EVENT_MODE);
 }
 
 void toEventMode(HWND dialog)
