@@ -2,7 +2,7 @@
 
 #include "dialog.h"
 #include "environment.h"
-#include "folder_entries.h"
+#include "folder_search.h"
 #include "language.h"
 #include "log.h"
 #include "main_list.h"
@@ -138,12 +138,11 @@ void addEntries(HWND list, const wchar_t *folder)
 {
     wchar_t pattern[pickedPathCapacity + 2];
     formatText(pattern, L"%s%s*", folder, separatorAfter(folder));
-    FolderEntries entries(pattern);
-    while (const WIN32_FIND_DATAW *entry = entries.next()) {
-        if (entry->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
-            addEntry(list, entry->cFileName, folderImage);
+    for (FolderSearch search(pattern); search.atEntry(); search.next()) {
+        if (search.entry().dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+            addEntry(list, search.entry().cFileName, folderImage);
         else if (!foldersOnly)
-            addEntry(list, entry->cFileName, fileImage);
+            addEntry(list, search.entry().cFileName, fileImage);
     }
 }
 
