@@ -127,6 +127,8 @@ void resetScheduleSettings()
     userSettings.outlookCheck = 0;
 }
 
+// "Leave [...]" begins with a letter and so is taken for a category, as it has always been: the switch is then on without
+// need, which loses no event.
 bool isAppointmentEvent(const wchar_t *name)
 {
     if (name[0] != L'[' && name[0] != L'<')

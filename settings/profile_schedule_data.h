@@ -62,8 +62,7 @@ LONG writeSchedule(const wchar_t *text);
 // No profile for ActiveSync and external power, and no switching by appointments.
 void resetScheduleSettings();
 
-// Whether an event's name stands for appointments: a category, or a state of an appointment. The engine leaves a place by a
-// name that begins with a letter, which counts as a category here.
+// Whether an event's name stands for appointments: a category, or a state of an appointment. Leaving a place counts as well.
 bool isAppointmentEvent(const wchar_t *name);
 
 // Sets activeSyncProfile and ACPowerProfile from the entries of a text that was built here; without an entry they stay.

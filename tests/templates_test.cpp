@@ -20,6 +20,7 @@
 #include "options_dialog.h"
 #include "page_window.h"
 #include "profile_copy.h"
+#include "profile_schedule.h"
 #include "profiles_page.h"
 #include "shell_values.h"
 #include "test_phone.h"
@@ -54,6 +55,24 @@ struct Template {
 bool isDialog(const Template &row)
 {
     return row.caption != nullptr;
+}
+
+const std::vector<Control> profileTimeControls = {
+    {1600, "label"},          {1253, "drop-down list"}, {1339, "tapped icon"},       {1268, "tapped icon"},
+    {1601, "label"},          {1300, "tapped label"},   {1301, "tapped label"},      {1302, "tapped label"},
+    {1303, "tapped label"},   {1304, "tapped label"},   {1305, "tapped label"},      {1306, "tapped label"},
+    {1338, "drop-down list"}, {1602, "label"},          {1270, "SysDateTimePick32"}, {1341, "label"},
+    {1278, "button"},         {1279, "button"},         {1365, "tapped icon"},       {1366, "tapped icon"},
+    {1276, "SysListView32"},
+};
+
+// The dialog begins in time mode; this is its other one.
+INT_PTR CALLBACK profileEventProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    const INT_PTR answer = ProfileTimeDlgProc(dialog, message, wParam, lParam);
+    if (message == WM_INITDIALOG)
+        SendMessageW(dialog, WM_COMMAND, 1339, 0);
+    return answer;
 }
 
 const std::vector<Template> &templates()
@@ -98,11 +117,7 @@ const std::vector<Template> &templates()
          FindFileProc,
          everyScreen,
          0,
-         {{anonymous, "label"},
-          {1320, "text field"},
-          {1321, "button"},
-          {1322, "button"},
-          {1319, "SysListView32"}},
+         {{anonymous, "label"}, {1320, "text field"}, {1321, "button"}, {1322, "button"}, {1319, "SysListView32"}},
          "Find File"},
         {172,
          EditProfilesProc,
@@ -128,6 +143,10 @@ const std::vector<Template> &templates()
           {1, "button"},
           {2, "button"}},
          "Edit Profiles"},
+        {173, ProfileTimeDlgProc, portraitOnly, 0, profileTimeControls, "Profile Time"},
+        {173, profileEventProc, portraitOnly, 0, profileTimeControls, "Profile Time"},
+        {196, ProfileTimeDlgProc, landscapeOnly, 0, profileTimeControls, "Profile Time"},
+        {196, profileEventProc, landscapeOnly, 0, profileTimeControls, "Profile Time"},
     };
     return table;
 }
@@ -195,6 +214,8 @@ const std::vector<Language> &languages()
 struct StartedPhone : TestPhone {
     explicit StartedPhone(const char *base = "wm6") : TestPhone(base)
     {
+        const INITCOMMONCONTROLSEX classes = {sizeof classes, ICC_DATE_CLASSES};
+        InitCommonControlsEx(&classes);
         restartProgram();
         getAppPath();
         for (const Language &language : languages())
@@ -224,14 +245,15 @@ std::string kindOfButton(LONG_PTR style)
 
 std::string kindOfStatic(LONG_PTR style)
 {
+    const bool operatedByKeys = (style & SS_NOTIFY) && (style & WS_TABSTOP);
     switch (style & SS_TYPEMASK) {
     case SS_ICON:
-        return style & SS_NOTIFY ? "icon" : "mute icon";
+        return operatedByKeys ? "tapped icon" : style & SS_NOTIFY ? "icon" : "mute icon";
     case SS_LEFT:
     case SS_CENTER:
     case SS_RIGHT:
     case SS_LEFTNOWORDWRAP:
-        return "label";
+        return operatedByKeys ? "tapped label" : "label";
     }
     return "unknown static";
 }

@@ -334,7 +334,7 @@ void fillList(HWND list)
 {
     wchar_t text[scheduleCapacity];
     readSchedule(text);
-    if (!text[0])
+    if (!text[0])   // at once: Cancel does not bring them back
         userSettings.activeSyncProfile = userSettings.ACPowerProfile = static_cast<DWORD>(-1);
     wchar_t *rest = text;
     ScheduleEntry entry;
