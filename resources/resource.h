@@ -4,6 +4,12 @@
 // ---- Icons (the lowest number is the program's icon) ----
 #define IDI_PROGRAM 102
 #define IDI_HELP 103
+#define IDI_SCHEDULE 104
+#define IDI_EVENT 130   // of the Profile Time dialog
+#define IDI_UP 131
+#define IDI_DOWN 132
+#define IDI_FOLDER 140   // of the Find File dialog
+#define IDI_FILE 141
 
 // ---- Dialogs ----
 #define IDD_OPTIONS 500
@@ -14,6 +20,11 @@
 #define IDD_ADDON_PAGE 122
 #define IDD_ABOUT_PAGE 120
 #define IDD_ABOUT_PAGE_LANDSCAPE 194
+#define IDD_PROFILE_TIME 173
+#define IDD_PROFILE_TIME_LANDSCAPE 196
+#define IDD_PROFILE_COPY 157
+#define IDD_FIND_FILE 163
+#define IDD_EDIT_PROFILES 172
 
 // ---- Any dialog ----
 #define IDC_STATIC -1   // a control that is never addressed
@@ -53,6 +64,41 @@
 
 // ---- Find File dialog ----
 #define IDC_FILE_LIST 1319
+#define IDC_FOLDER_PATH 1320
+#define IDC_ROOT_FOLDER 1321
+#define IDC_FOLDER_ABOVE 1322
+
+// ---- Edit Profiles dialog: seven check boxes and edit fields with successive numbers ----
+#define IDC_PROFILE_VISIBLE 1343
+#define IDC_PROFILE_NAME 1350
+#define IDC_VISIBLE_TEXT 1368
+#define IDC_RENAME_TEXT 1369
+#define IDC_MENU_AS_TEXT 1376
+
+// ---- Profile Copy Settings dialog ----
+#define IDC_COPY_SOURCE 1257
+#define IDC_OVERWRITE 1406
+#define IDC_COPY_TARGET 1409
+
+// ---- Network Snapshots dialog ----
+#define IDC_SNAPSHOT_LIST 1277
+
+// ---- Profile Time dialog ----
+#define IDC_SWITCH_PROFILE 1253
+#define IDC_TO_TIME_MODE 1268
+#define IDC_SWITCH_TIME 1270
+#define IDC_SWITCH_LIST 1276
+#define IDC_ADD_SWITCH 1278
+#define IDC_DELETE_SWITCH 1279
+#define IDC_MONDAY 1300   // to 1306, Sunday
+#define IDC_EVENT 1338
+#define IDC_TO_EVENT_MODE 1339
+#define IDC_EVENT_HINT 1341
+#define IDC_SWITCH_UP 1365
+#define IDC_SWITCH_DOWN 1366
+#define IDC_SWITCH_TO_TEXT 1600
+#define IDC_ON_TEXT 1601
+#define IDC_AT_TEXT 1602
 
 // ---- Option file editor ----
 #define IDC_OPTION_TEXT 1097

@@ -12,11 +12,15 @@
 #include "control.h"
 #include "display_page.h"
 #include "doctest.h"
+#include "edit_profiles.h"
 #include "environment.h"
+#include "find_file.h"
 #include "intercept.h"
 #include "language.h"
 #include "options_dialog.h"
 #include "page_window.h"
+#include "profile_copy.h"
+#include "profile_schedule.h"
 #include "profiles_page.h"
 #include "shell_values.h"
 #include "test_phone.h"
@@ -45,7 +49,31 @@ struct Template {
     Screens screens;
     int title;   // text of the page's header
     std::vector<Control> controls;
+    const char *caption = nullptr;   // of a dialog; pages have none
 };
+
+bool isDialog(const Template &row)
+{
+    return row.caption != nullptr;
+}
+
+const std::vector<Control> profileTimeControls = {
+    {1600, "label"},          {1253, "drop-down list"}, {1339, "tapped icon"},       {1268, "tapped icon"},
+    {1601, "label"},          {1300, "tapped label"},   {1301, "tapped label"},      {1302, "tapped label"},
+    {1303, "tapped label"},   {1304, "tapped label"},   {1305, "tapped label"},      {1306, "tapped label"},
+    {1338, "drop-down list"}, {1602, "label"},          {1270, "SysDateTimePick32"}, {1341, "label"},
+    {1278, "button"},         {1279, "button"},         {1365, "tapped icon"},       {1366, "tapped icon"},
+    {1276, "SysListView32"},
+};
+
+// The dialog begins in time mode; this is its other one.
+INT_PTR CALLBACK profileEventProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    const INT_PTR answer = ProfileTimeDlgProc(dialog, message, wParam, lParam);
+    if (message == WM_INITDIALOG)
+        SendMessageW(dialog, WM_COMMAND, 1339, 0);
+    return answer;
+}
 
 const std::vector<Template> &templates()
 {
@@ -74,6 +102,51 @@ const std::vector<Template> &templates()
         {122, AddonPageProc, everyScreen, 260, {{1140, "icon"}}},
         {120, AboutPageProc, portraitOnly, 5, {{1140, "icon"}}},
         {194, AboutPageProc, landscapeOnly, 5, {{1140, "icon"}}},
+        {157,
+         ProfileCopyProc,
+         everyScreen,
+         0,
+         {{anonymous, "label"},
+          {1257, "drop-down list"},
+          {anonymous, "label"},
+          {1409, "drop-down list"},
+          {1406, "button"},
+          {2, "button"}},
+         "Profile Copy Settings"},
+        {163,
+         FindFileProc,
+         everyScreen,
+         0,
+         {{anonymous, "label"}, {1320, "text field"}, {1321, "button"}, {1322, "button"}, {1319, "SysListView32"}},
+         "Find File"},
+        {172,
+         EditProfilesProc,
+         everyScreen,
+         0,
+         {{1368, "label"},
+          {1369, "label"},
+          {1343, "check box"},
+          {1350, "text field"},
+          {1344, "check box"},
+          {1351, "text field"},
+          {1345, "check box"},
+          {1352, "text field"},
+          {1346, "check box"},
+          {1353, "text field"},
+          {1347, "check box"},
+          {1354, "text field"},
+          {1348, "check box"},
+          {1355, "text field"},
+          {1349, "check box"},
+          {1356, "text field"},
+          {1376, "check box"},
+          {1, "button"},
+          {2, "button"}},
+         "Edit Profiles"},
+        {173, ProfileTimeDlgProc, portraitOnly, 0, profileTimeControls, "Profile Time"},
+        {173, profileEventProc, portraitOnly, 0, profileTimeControls, "Profile Time"},
+        {196, ProfileTimeDlgProc, landscapeOnly, 0, profileTimeControls, "Profile Time"},
+        {196, profileEventProc, landscapeOnly, 0, profileTimeControls, "Profile Time"},
     };
     return table;
 }
@@ -89,6 +162,12 @@ constexpr Screen screens[] = {
     {"wm6", true, 1, 240, 248}, {"wm5", true, 1, 240, 248},        {"ppc2003", true, 1, 240, 248},
     {"vga", true, 2, 480, 496}, {"landscape", false, 1, 320, 168}, {"square", false, 1, 240, 168},
 };
+
+// Dialogs have no tabs below them.
+int heightOf(const Template &row, const Screen &screen)
+{
+    return screen.height + (isDialog(row) ? 20 * screen.scale : 0);
+}
 
 bool serves(const Template &row, const Screen &screen)
 {
@@ -135,6 +214,8 @@ const std::vector<Language> &languages()
 struct StartedPhone : TestPhone {
     explicit StartedPhone(const char *base = "wm6") : TestPhone(base)
     {
+        const INITCOMMONCONTROLSEX classes = {sizeof classes, ICC_DATE_CLASSES};
+        InitCommonControlsEx(&classes);
         restartProgram();
         getAppPath();
         for (const Language &language : languages())
@@ -164,14 +245,15 @@ std::string kindOfButton(LONG_PTR style)
 
 std::string kindOfStatic(LONG_PTR style)
 {
+    const bool operatedByKeys = (style & SS_NOTIFY) && (style & WS_TABSTOP);
     switch (style & SS_TYPEMASK) {
     case SS_ICON:
-        return style & SS_NOTIFY ? "icon" : "mute icon";
+        return operatedByKeys ? "tapped icon" : style & SS_NOTIFY ? "icon" : "mute icon";
     case SS_LEFT:
     case SS_CENTER:
     case SS_RIGHT:
     case SS_LEFTNOWORDWRAP:
-        return "label";
+        return operatedByKeys ? "tapped label" : "label";
     }
     return "unknown static";
 }
@@ -194,6 +276,8 @@ std::string kindOf(HWND control)
         return kindOfStatic(style);
     if (name == L"ComboBox")
         return kindOfCombo(style);
+    if (name == L"Edit")
+        return "text field";
     return narrow(name);
 }
 
@@ -394,12 +478,29 @@ TEST_CASE("the Options dialog has a caption and no controls")
 TEST_CASE("a page's template is an untitled child in which the dialog manager can move the focus")
 {
     for (const Template &row : templates()) {
+        if (isDialog(row))
+            continue;
         const TemplateHeader header = headerOf(row.id);
         INFO("template " << row.id);
         CHECK((header.style & WS_CHILD) != 0);
         CHECK((header.style & WS_CAPTION) == 0);
         CHECK((header.style & DS_CONTROL) != 0);
         CHECK((header.style & WS_POPUP) == 0);
+    }
+}
+
+TEST_CASE("a dialog's template is a captioned window")
+{
+    StartedPhone phone;
+    for (const Template &row : templates()) {
+        if (!isDialog(row))
+            continue;
+        const TemplateHeader header = headerOf(row.id);
+        INFO("template " << row.id);
+        CHECK((header.style & WS_POPUP) != 0);
+        CHECK((header.style & WS_CAPTION) == WS_CAPTION);
+        CHECK((header.style & WS_CHILD) == 0);
+        CHECK(narrow(textOf(PageWindow(row.id, row.procedure).handle())) == row.caption);
     }
 }
 
@@ -413,7 +514,7 @@ TEST_CASE("templates that portrait or square screens show are at most 137 units 
 
 TEST_CASE("controls lie within the page on every screen")
 {
-    onEveryScreen([](HWND page, const Template &, const Screen &screen) {
+    onEveryScreen([](HWND page, const Template &row, const Screen &screen) {
         for (HWND control : controlsOf(page)) {
             const RECT area = placeOf(control);
             INFO("control " << idOf(control) << ": " << area.left << "," << area.top << " to " << area.right << ","
@@ -421,7 +522,7 @@ TEST_CASE("controls lie within the page on every screen")
             CHECK(area.left >= 0);
             CHECK(area.top >= 0);
             CHECK(area.right <= screen.width);
-            CHECK(area.bottom <= screen.height);
+            CHECK(area.bottom <= heightOf(row, screen));
         }
     });
 }
@@ -515,7 +616,7 @@ TEST_CASE("tabbing reaches every control that can have the focus")
                 break;
         }
         for (HWND control : controlsOf(page)) {
-            const bool wanted = isFocusable(kindOf(control)) && isShown(control);
+            const bool wanted = isFocusable(kindOf(control)) && isShown(control) && IsWindowEnabled(control);
             INFO("control " << idOf(control));
             CHECK((std::find(reached.begin(), reached.end(), control) != reached.end()) == wanted);
         }
@@ -525,6 +626,8 @@ TEST_CASE("tabbing reaches every control that can have the focus")
 TEST_CASE("the help icon lies in the header, beside the title in every language")
 {
     onEveryScreen([](HWND page, const Template &row, const Screen &screen) {
+        if (isDialog(row))
+            return;
         const RECT icon = placeOf(GetDlgItem(page, 1140));
         const std::wstring title = getLanguageText(row.title, nullptr);
         INFO("title " << narrow(title));
@@ -536,7 +639,9 @@ TEST_CASE("the help icon lies in the header, beside the title in every language"
 
 TEST_CASE("other controls of a page begin below the header's rule")
 {
-    onEveryScreen([](HWND page, const Template &, const Screen &screen) {
+    onEveryScreen([](HWND page, const Template &row, const Screen &screen) {
+        if (isDialog(row))
+            return;
         for (HWND control : controlsOf(page)) {
             INFO("control " << idOf(control));
             CHECK((idOf(control) == 1140 || placeOf(control).top > 21 * screen.scale));

@@ -58,25 +58,12 @@ extern "C" LONG_PTR WINAPI phoneSetWindowLong(HWND window, int index, LONG_PTR v
 extern "C" LONG_PTR WINAPI phoneGetWindowLong(HWND window, int index) __asm__("GetWindowLongW");
 #define SetWindowLongPtrW phoneSetWindowLong
 #define GetWindowLongPtrW phoneGetWindowLong
-#endif
 
-#ifdef _WIN64
-// The phone's record of a found file lacks the desktop's reserved pair and short name. (The device build has it from its
-// <windows.h>.)
-struct PhoneFoundFile {
-    DWORD dwFileAttributes;
-    FILETIME ftCreationTime;
-    FILETIME ftLastAccessTime;
-    FILETIME ftLastWriteTime;
-    DWORD nFileSizeHigh;
-    DWORD nFileSizeLow;
-    DWORD dwOID;
-    WCHAR cFileName[MAX_PATH];
-};
-static_assert(sizeof(PhoneFoundFile) == 560);
-extern "C" HANDLE WINAPI phoneFindFirstFile(const wchar_t *pattern, PhoneFoundFile *found) __asm__("FindFirstFileW");
-extern "C" BOOL WINAPI phoneFindNextFile(HANDLE search, PhoneFoundFile *found) __asm__("FindNextFileW");
-#define WIN32_FIND_DATAW PhoneFoundFile
+// The simulator fills the phone's record of a folder's entry, which is shorter than the desktop's.
+#include "../layouts.h"
+PHONE_API HANDLE WINAPI phoneFindFirstFile(LPCWSTR pattern, ce::FindDataW *found) __asm__("FindFirstFileW");
+PHONE_API BOOL WINAPI phoneFindNextFile(HANDLE search, ce::FindDataW *found) __asm__("FindNextFileW");
+#define WIN32_FIND_DATAW ce::FindDataW
 #define FindFirstFileW phoneFindFirstFile
 #define FindNextFileW phoneFindNextFile
 #endif

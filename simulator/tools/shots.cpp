@@ -7,6 +7,7 @@
 //
 //   page N         shows the sheet's page N, counted from 0
 //   command N      does what a tap on the control N of the page or dialog on top does, and waits for the dialog it opens
+//   press N        does the same where no dialog opens, and waits until that shows
 //   close          cancels the dialog on top
 //   tap X Y        taps the screen there, and waits until that shows
 //   shot FILE      writes the screen to FILE, a bitmap, once it has come to rest
@@ -185,6 +186,18 @@ bool pressControl(const wchar_t *argument)
     });
 }
 
+bool pressInPlace(const wchar_t *argument)
+{
+    const HWND dialog = topDialog(), owner = dialog == sheet ? currentPage() : dialog;
+    const int control = wcstol(argument, nullptr, 10);
+    Picture before;
+    if (!comesToRest(before))
+        return false;
+    PostMessageW(owner, WM_COMMAND, MAKEWPARAM(control, BN_CLICKED),
+                 reinterpret_cast<LPARAM>(GetDlgItem(owner, control)));
+    return waitFor([&] { return takePicture().points != before.points; });
+}
+
 bool closeDialog(const wchar_t *)
 {
     const HWND dialog = topDialog();
@@ -217,7 +230,8 @@ constexpr struct {
     const wchar_t *name;
     bool (*run)(const wchar_t *argument);
 } steps[] = {
-    {L"page", showPage}, {L"command", pressControl}, {L"close", closeDialog}, {L"tap", tapScreen}, {L"shot", shoot},
+    {L"page", showPage},     {L"command", pressControl}, {L"press", pressInPlace},
+    {L"close", closeDialog}, {L"tap", tapScreen},        {L"shot", shoot},
 };
 
 bool runStep(const std::wstring &line)
