@@ -47,6 +47,9 @@ PHONE_API BOOL SHInitDialog(SHINITDLGINFO *info);
 PHONE_API BOOL SHCreateMenuBar(SHMENUBARINFO *info);
 PHONE_API BOOL SHSipInfo(UINT action, UINT number, void *data, UINT notify);
 
+// From Windows Mobile 6 on: looked up at run time, never imported. Plays any kind of sound file to its end.
+PHONE_API HRESULT SndPlaySync(const wchar_t *path, DWORD flags);
+
 #ifdef UNDER_CE
 static_assert(sizeof(SHINITDLGINFO) == 12 && sizeof(SHMENUBARINFO) == 36 && sizeof(SIPINFO) == 48);
 #endif
