@@ -54,6 +54,7 @@ void WINAPI SimClearFaults(void);
 
 int WINAPI SimLiveAllocations(void);   // blocks of malloc, calloc, realloc, LocalAlloc
 int WINAPI SimLiveFiles(void);         // handles of CreateFileW
+int WINAPI SimLiveSearches(void);      // handles of FindFirstFileW
 int WINAPI SimLiveProcesses(void);     // process and thread handles of CreateProcessW and ShellExecuteEx
 int WINAPI SimLiveKeys(void);          // keys of RegOpenKeyExW and RegCreateKeyExW
 int WINAPI SimLiveObjects(void);       // COM objects of CoCreateInstance

@@ -144,6 +144,10 @@ int WINAPI SimLiveFiles()
 {
     return liveHandles(HandleKind::file);
 }
+int WINAPI SimLiveSearches()
+{
+    return liveSearches();
+}
 int WINAPI SimLiveProcesses()
 {
     return liveHandles(HandleKind::process);
