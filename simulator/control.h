@@ -38,8 +38,8 @@ void WINAPI SimJournal(const wchar_t *kind, const wchar_t *const *fields, int co
 // Stops the clock this process sees at a local time; null lets it run (or stand where phone.ini stops it) again.
 void WINAPI SimSetClock(const SYSTEMTIME *localTime);
 
-// Makes the waits of this process, Sleep's and those for sounds that are not heard, divisor times as short, and journals
-// each Sleep with the length asked for. 1 makes them as long as they are again.
+// Makes the waits of this process, those for sounds that are not heard and Sleep from 50 ms up, divisor times as short, and
+// journals each such Sleep with the length asked for. 1 makes them as long as they are again.
 void WINAPI SimShortenWaits(int divisor);
 
 // ---- Faults ------------------------------------------------------------------------------------------------------

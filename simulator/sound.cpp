@@ -119,7 +119,7 @@ bool hostPlay(const char *wave, DWORD flags)
 
 bool playsOnDesktop(const std::string &wave, DWORD flags)
 {
-    return !wave.empty() && settingNumber(L"sound", L"heard", 1) &&
+    return !wave.empty() && settingNumber(L"sounds", L"heard", 1) &&
            hostPlay(wave.data(), SND_MEMORY | SND_NODEFAULT | flags);
 }
 
@@ -162,7 +162,7 @@ Sound::Sound(const std::wstring &phonePath) : exists_(!phonePath.empty() && exis
         applyVolume(bytes_, wave, waveVolume());
     else
         bytes_.clear();
-    length_ = settingNumber(L"sound", L"duration", wave.isValid() ? wave.length() : lengthUnknown);
+    length_ = settingNumber(L"sounds", L"duration", wave.isValid() ? wave.length() : lengthUnknown);
 }
 
 void Sound::playToEnd()

@@ -8,7 +8,8 @@ namespace sim {
 // Stops the clock of this process at a local time; null lets it run again.
 void setClock(const SYSTEMTIME *localTime);
 
-// Makes the phone's waits divisor times as short, and each Sleep a line of the journal; 1 makes them real.
+// Makes the phone's waits divisor times as short, and each Sleep from 50 ms up a line of the journal; 1 makes
+// them real.
 void shortenWaits(int divisor);
 
 // Waits that many of the phone's milliseconds, and how long they really take.

@@ -354,6 +354,8 @@ public:
             FreeLibrary(module);
     }
 
+    bool isLoaded() const { return module != nullptr; }
+
     static constexpr wchar_t name[] = L"aygshell.dll";
 
 private:
@@ -364,6 +366,8 @@ private:
 bool playWithSystem(const wchar_t *path)
 {
     const ShellLibrary library;
+    if (!library.isLoaded())
+        return false;
     const auto play = optionalFunction<decltype(&SndPlaySync)>(library.name, L"SndPlaySync");
     if (!play)
         return false;
