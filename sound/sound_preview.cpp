@@ -90,7 +90,7 @@ void writeShellOverrides()
     RegistryKey key;
     if (key.open(HKEY_CURRENT_USER, shellOverrides) != ERROR_SUCCESS)
         return;
-    if (!isOsVersion5)
+    if (!isOsVersion5)   // later systems keep it
         writeNumber(key, L"Mode", shellMode);
     writeNumber(key, L"SavedVolume", savedVolume);
 }
@@ -376,6 +376,7 @@ bool playWithSystem(const wchar_t *path)
     return true;
 }
 
+// Names are stored in lower case. A full path that is not, such as "\Windows\RING.WAV", goes the way of compressed files.
 void play(const wchar_t *path, IWMPPlayer *player)
 {
     if (playWithSystem(path))
