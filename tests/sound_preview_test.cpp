@@ -58,9 +58,9 @@ bool waitUntil(bool (*condition)())
 {
     const DWORD start = GetTickCount();
     while (!condition()) {
-        if (GetTickCount() - start > 20000)
+        if (GetTickCount() - start > 120000)   // longer than the longest sound here
             return false;
-        Sleep(1);
+        Sleep(10);
     }
     return true;
 }
