@@ -5,18 +5,19 @@
 #include "faults.h"
 #include "outlook.h"
 #include "phone.h"
+#include "player.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <objbase.h>
 
 namespace sim {
 namespace {
 
-const CLSID mediaPlayerClass = {0x6BF52A52, 0x394A, 0x11D3, {0xB1, 0x53, 0x00, 0xC0, 0x4F, 0x79, 0xFA, 0xA6}};
-
 SRWLOCK objectsLock = SRWLOCK_INIT;
-std::vector<IUnknown *> objects;   // each with one reference of ours, released with CoUninitialize
+std::vector<IUnknown *> objects;   // each with one reference of ours, released with the last CoUninitialize
+std::atomic<int> initializations{0};   // of all threads
 
 // The references an object has besides ours.
 ULONG foreignReferences(IUnknown *object)
@@ -32,14 +33,18 @@ std::wstring classText(REFCLSID classId)
     return text;
 }
 
+// The media player and Pocket Outlook are the simulator's own, as far as the phone has them; any other class is the
+// desktop's.
 HRESULT createInstance(REFCLSID classId, LPUNKNOWN outer, DWORD context, REFIID interfaceId, LPVOID *object)
 {
     const bool failed = failsByOrder(FaultKind::object, L"create", classText(classId).c_str());
-    const bool isMissing = classId == mediaPlayerClass && !settingNumber(L"media", L"player", 1);
-    if (failed || isMissing) {
+    const bool isPlayer = classId == mediaPlayerClass;
+    if (failed || (isPlayer && !settingNumber(L"media", L"player", 1))) {
         *object = nullptr;
         return failed ? E_FAIL : REGDB_E_CLASSNOTREG;
     }
+    if (isPlayer)
+        return createPlayer(outer, interfaceId, object);
     return classId == CLSID_OutlookApplication ? createOutlook(outer, interfaceId, object)
                                                : CoCreateInstance(classId, outer, context, interfaceId, object);
 }
@@ -61,7 +66,10 @@ HRESULT WINAPI watchedCreateInstance(REFCLSID classId, LPUNKNOWN outer, DWORD co
 HRESULT WINAPI watchedInitialize(LPVOID reserved, DWORD concurrency)
 {
     journal(L"com", {L"initialize"});
-    return CoInitializeEx(reserved, concurrency);
+    const HRESULT result = CoInitializeEx(reserved, concurrency);
+    if (SUCCEEDED(result))
+        ++initializations;
+    return result;
 }
 
 void WINAPI watchedUninitialize()
@@ -69,7 +77,8 @@ void WINAPI watchedUninitialize()
     const int held = liveObjects();
     journal(L"com", {L"uninitialize", number(held)});
     std::vector<IUnknown *> released;
-    {
+    if (--initializations <= 0) {
+        initializations = 0;
         Guard guard(objectsLock);
         released.swap(objects);
     }

@@ -69,6 +69,7 @@ extern "C" {
 BOOL WINAPI SimUsePhone(const wchar_t *folder)
 {
     setClock(nullptr);
+    shortenWaits(1);
     forgetBars();
     std::wstring problem;
     return succeeded(usePhone(textOf(folder), problem), problem);
@@ -114,6 +115,11 @@ void WINAPI SimJournal(const wchar_t *kind, const wchar_t *const *fields, int co
 void WINAPI SimSetClock(const SYSTEMTIME *localTime)
 {
     setClock(localTime);
+}
+
+void WINAPI SimShortenWaits(int divisor)
+{
+    shortenWaits(divisor);
 }
 
 BOOL WINAPI SimOrderFault(const wchar_t *kind, int n, const wchar_t *operationAndDetail, BOOL raise)

@@ -28,6 +28,7 @@ constexpr KindName kindNames[] = {
     {L"memory", FaultKind::allocation},
     {L"database", FaultKind::database},
     {L"com", FaultKind::object},
+    {L"sound", FaultKind::sound},
 };
 
 SRWLOCK ordersLock = SRWLOCK_INIT;

@@ -101,7 +101,7 @@ BOOL WINAPI simShellExecuteEx(LPSHELLEXECUTEINFOW info)
         return FALSE;
     }
     const std::wstring file = info->lpFile;
-    const bool found = isAddress(file) || existsOnPhone(file) || programExists(file);
+    const bool found = !file.empty() && (isAddress(file) || existsOnPhone(file) || programExists(file));
     journalStart(L"shell", file, textOf(info->lpParameters), found);
     const bool wantsHandle = (info->fMask & SEE_MASK_NOCLOSEPROCESS) != 0;
     info->hProcess = found && wantsHandle ? endedProcess(file) : nullptr;

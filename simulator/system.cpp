@@ -5,6 +5,7 @@
 #include "phone.h"
 #include "templates.h"
 
+#include <atomic>
 #include <cstdio>
 
 namespace sim {
@@ -51,6 +52,9 @@ constexpr Metric metrics[] = {
 SRWLOCK clockLock = SRWLOCK_INIT;
 bool clockStopped = false;
 SYSTEMTIME stoppedAt{};
+
+std::atomic<int> waitDivisor{1};
+constexpr DWORD shortestJournalled = 50;   // shorter ones are how tests wait for something
 
 // [clock] now=2008-03-07 14:05:09 stops the clock of every program on the phone, so that pictures can be compared.
 bool clockOfSettings(SYSTEMTIME &time)
@@ -101,11 +105,36 @@ void setClock(const SYSTEMTIME *localTime)
         stoppedAt = *localTime;
 }
 
+void shortenWaits(int divisor)
+{
+    waitDivisor = divisor > 1 ? divisor : 1;
+}
+
+DWORD realLength(DWORD milliseconds)
+{
+    return milliseconds == INFINITE ? INFINITE : milliseconds / waitDivisor;
+}
+
+void waitForPhone(DWORD milliseconds)
+{
+    Sleep(realLength(milliseconds));
+}
+
 }   // namespace sim
 
 using namespace sim;
 
 extern "C" {
+
+void WINAPI simSleep(DWORD milliseconds)
+{
+    if (waitDivisor == 1 || milliseconds < shortestJournalled) {
+        Sleep(milliseconds);
+        return;
+    }
+    journal(L"sleep", {number(milliseconds)});
+    waitForPhone(milliseconds);
+}
 
 BOOL WINAPI simGetVersionExW(LPOSVERSIONINFOW info)
 {

@@ -143,11 +143,11 @@ TEST_CASE("an order for one kind leaves the others alone")
 TEST_CASE("an unknown kind or a negative number is no order")
 {
     TestPhone phone;
-    CHECK_FALSE(order(L"sound", 1, nullptr));
+    CHECK_FALSE(order(L"light", 1, nullptr));
     CHECK_FALSE(order(L"", 1, nullptr));
     CHECK_FALSE(order(nullptr, 1, nullptr));
     CHECK_FALSE(order(L"registry", -1, nullptr));
-    for (const wchar_t *kind : {L"registry", L"file", L"memory", L"database", L"com", L"REGISTRY"})
+    for (const wchar_t *kind : {L"registry", L"file", L"memory", L"database", L"com", L"sound", L"REGISTRY"})
         CHECK(order(kind, 99, nullptr));
 }
 
@@ -421,7 +421,7 @@ TEST_CASE("faults.txt orders faults from the start")
 TEST_CASE("faults.txt is refused with the line that is not understood")
 {
     for (const char *line :
-         {"registry", "fail", "sound fail", "registry 1", "registry read:a", "registry read:a failed",
+         {"registry", "fail", "light fail", "registry 1", "registry read:a", "registry read:a failed",
           "registry read fail", "registry 5x fail", "registry -1 fail", "registry 1 read fail"}) {
         INFO(line);
         const PhoneFolder folder;

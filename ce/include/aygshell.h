@@ -61,6 +61,9 @@ struct SNDDIRECTORYINFO {
 PHONE_API HRESULT SndGetSoundDirectoriesList(SND_EVENT event, DWORD locations, SNDDIRECTORYINFO **directories,
                                              int *count);
 
+// From Windows Mobile 6 on: looked up at run time, never imported. Plays any kind of sound file to its end.
+PHONE_API HRESULT SndPlaySync(const wchar_t *path, DWORD flags);
+
 #ifdef UNDER_CE
 static_assert(sizeof(SHINITDLGINFO) == 12 && sizeof(SHMENUBARINFO) == 36 && sizeof(SIPINFO) == 48);
 #endif

@@ -19,7 +19,7 @@ GENERIC_READ, GENERIC_WRITE, FILE_SHARE_READ, FILE_SHARE_WRITE = 0x80000000, 0x4
 WAIT_TIMEOUT, STILL_ACTIVE = 258, 259
 TURN = 100             # microseconds that pass while the other threads have their turn
 FOREVER = 1 << 50
-LOOKED_UP = ("SndGetSoundDirectoriesList",)   # by the program while it runs
+LOOKED_UP = ("SndGetSoundDirectoriesList", "SndPlaySync")   # by the program while it runs
 
 REG_SZ, REG_DWORD = 1, 4
 HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE = 0x80000001, 0x80000002
@@ -208,6 +208,7 @@ class Services(Databases, Objects):
         self.use_stores(folder)
         self.orders, self.clock, self.last_error = [], None, 0
         self.journal = []
+        self.wave_volume = None   # the registry's until one is set
 
     def new_handle(self, what):
         self.handle += 4
@@ -739,6 +740,79 @@ class Services(Databases, Objects):
         self.machine.write_words(count, told)
         return result
 
+    # ---- Sound and power -------------------------------------------------------------------------------------------------
+
+    def _volume(self):
+        if self.wave_volume is None:
+            key = self.keys.get((HKEY_CURRENT_USER, "controlpanel\\volume"), Key())
+            return struct.unpack("<I", key.values.get("volume", ("", 0, b"\xff" * 4))[2])[0]
+        return self.wave_volume
+
+    def _play(self, means, path):
+        """Whether there is such a file; lasts as long as phone.ini says."""
+        if self.machine.thread not in self.deadlines:   # another thread is here at each of its turns
+            if self.fault_due("sound", f"play:{path}"):
+                return False
+            found = path.lower() in self.files
+            self.journal.append(f"play {means} {path} 0x{self._volume():X}" + ("" if found else " not found"))
+            if not found:
+                return False
+        self._wait(lambda: False, 1000 * self.settings.number("sounds", "duration", 0))
+        self.journal.append(f"played {means} {path}")
+        return True
+
+    def PlaySoundW(self, path: Wide, module, flags):
+        if module or flags != 0x20000:
+            raise Fault(f"PlaySoundW: module {module:#x}, flags {flags:#x}")
+        return self._play("PlaySoundW", path)
+
+    def SndPlaySync(self, path: Wide, flags):
+        if flags:
+            return 0x80070057
+        return 0 if self._play("SndPlaySync", path) else 0x80070002
+
+    def waveOutGetVolume(self, device, volume):
+        if device or self.fault_due("sound", "volume:get"):
+            return 1
+        self.machine.write_words(volume, self._volume())
+        return 0
+
+    def waveOutSetVolume(self, device, volume):
+        if device or self.fault_due("sound", "volume:set"):
+            return 1
+        self.wave_volume = volume
+        self.journal.append(f"volume 0x{volume:X}")
+        return 0
+
+    def AudioUpdateFromRegistry(self):
+        self.fault_due("sound", "update:")
+        self.journal.append("audio-update")
+
+    def SetPowerRequirement(self, device: Wide, state, flags, system, system_flags):
+        if flags != 1 or system or system_flags:
+            raise Fault("SetPowerRequirement: a device is given by its name alone")
+        if self.fault_due("sound", f"power:{device}"):
+            return 0
+        self.journal.append(f"power {device} D{state}")
+        return self.new_handle(("power", device))
+
+    def ReleasePowerRequirement(self, requirement):
+        kind, device = self.handles.pop(requirement, ("", ""))
+        if kind != "power":
+            return ERROR_INVALID_HANDLE
+        self.journal.append(f"power {device} released")
+        self.fault_due("sound", f"release:{device}")
+        return 0
+
+    def ShellExecuteEx(self, record):
+        size, mask, _, _, file = struct.unpack("<5I", self.machine.read(record, 20))
+        if size != 60 or mask != 0x40:
+            raise Fault(f"ShellExecuteEx: a record of {size} bytes, mask {mask:#x}")
+        found = self.machine.wide(file).lower() in self.files
+        self.journal.append(f"shell {self.machine.wide(file)} " + ("" if found else " not found"))
+        self.machine.write_words(record + 56, self.new_handle("process") if found else 0)
+        return int(found) or self.fail(ERROR_FILE_NOT_FOUND)
+
     # ---- Facts -----------------------------------------------------------------------------------------------------------
 
     def GetLocalTime(self, result):
@@ -787,3 +861,27 @@ class Services(Databases, Objects):
     def GetSystemMetrics(self, index):
         screen = {0: ("width", 240), 1: ("height", 320)}
         return self.settings.number("screen", *screen[index]) if index in screen else 0
+
+    # ---- COM -------------------------------------------------------------------------------------------------------------
+
+    def CoInitializeEx(self, reserved, concurrency):
+        return 0
+
+    def CoUninitialize(self):
+        return 0
+
+    def CoCreateInstance(self, class_id, outer, context, interface_id, result):
+        self.machine.write_words(result, 0)
+        return 0x80040154   # not registered: no objects here
+
+    def SysAllocString(self, text: Wide):
+        block = self.malloc(4 + len(text) * 2 + 2)
+        if not block:
+            return 0
+        self.machine.write_words(block, len(text) * 2)
+        self.machine.write_wide(block + 4, text)
+        return block + 4
+
+    def SysFreeString(self, text):
+        if text:
+            self.free(text - 4)

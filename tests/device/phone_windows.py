@@ -27,6 +27,7 @@ SYSTEM_CLASSES = ("static", "combobox")
 ANSWERS = {
     "BeginPaint": 0x201, "CreateFontIndirectW": 0x202, "CreatePen": 0x203, "CreateSolidBrush": 0x204,
     "DeleteObject": 1, "DestroyIcon": 1, "DispatchMessageW": 0, "DrawTextW": 12, "EndPaint": 1,
+    "GetForegroundWindow": DESKTOP,
     "GetModuleHandleW": 0x10000, "GetMessageW": 0, "GetScrollInfo": 1, "GetStockObject": 0x205,
     "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "LoadCursorW": 0x209, "LoadIconW": 0x206,
     "LoadImageW": 0x207, "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0, "SelectObject": 0x208, "SetBkMode": 1,

@@ -32,6 +32,13 @@ void setName(const fs::path &folder, const std::wstring &name)
     WritePrivateProfileStringW(L"phone", L"name", name.c_str(), (folder / "phone.ini").c_str());
 }
 
+// Tests are not heard, and their sounds are over at once.
+void silence(const fs::path &folder)
+{
+    WritePrivateProfileStringW(L"sounds", L"heard", L"0", (folder / "phone.ini").c_str());
+    WritePrivateProfileStringW(L"sounds", L"duration", L"0", (folder / "phone.ini").c_str());
+}
+
 fs::path hostPathOf(const wchar_t *path)
 {
     wchar_t buffer[2 * MAX_PATH];   // a name may be as long as a whole path of the phone
@@ -60,6 +67,7 @@ TestPhone::TestPhone(const char *base)
     fs::remove(folderPath / "journal.log");
     fs::remove(folderPath / "root" / "Program Files" / "Kelvane" / "Kelvane.log");
     setName(folderPath, name);
+    silence(folderPath);
     hostFolder = folderPath.wstring();
     REQUIRE(SimUsePhone(hostFolder.c_str()));
 }
