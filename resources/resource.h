@@ -19,6 +19,7 @@
 #define IDD_PROFILE_COPY 157
 #define IDD_FIND_FILE 163
 #define IDD_EDIT_PROFILES 172
+#define IDD_OPTION_FILE 130
 
 // ---- Any dialog ----
 #define IDC_STATIC -1   // a control that is never addressed
