@@ -25,10 +25,10 @@ SYSTEM_CLASSES = ("static",)
 # Functions of which only the answer matters here.
 ANSWERS = {
     "BeginPaint": 0x201, "CreateFontIndirectW": 0x202, "CreatePen": 0x203, "CreateSolidBrush": 0x204,
-    "DeleteObject": 1, "DestroyIcon": 1, "DispatchMessageW": 0, "DrawTextW": 12, "EndPaint": 1,
+    "DeleteObject": 1, "DestroyIcon": 1, "DispatchMessageW": 0, "DrawTextW": 12, "EndPaint": 1, "FillRect": 1,
     "GetModuleHandleW": 0x10000, "GetProcAddressW": 0, "GetMessageW": 0, "GetScrollInfo": 1, "GetStockObject": 0x205,
     "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "LoadIconW": 0x206, "LoadImageW": 0x207,
-    "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0, "SelectObject": 0x208, "SetBkMode": 1,
+    "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0, "SelectObject": 0x208, "SetBkMode": 1, "SetFocus": 0,
     "SetForegroundWindow": 1, "SetTextColor": 0, "SetWindowPos": 1, "ShowWindow": 1, "TranslateMessage": 0,
 }
 
