@@ -8,7 +8,8 @@
 
 // Calls show, which opens a dialog or a message box, and script with that dialog once it stands; what script leaves open is
 // cancelled. Returns whether a dialog has appeared. Scripts may call it again, for a dialog above theirs.
-bool runModal(const std::function<void()> &show, const std::function<void(HWND dialog)> &script = [](HWND) {});
+bool runModal(
+    const std::function<void()> &show, const std::function<void(HWND dialog)> &script = [](HWND) {});
 
 // Of a control of a dialog.
 std::wstring controlText(HWND dialog, int id);
