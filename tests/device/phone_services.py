@@ -699,6 +699,11 @@ class Services:
         self.machine.write_wide(data, text)
         return 1
 
+    def CeGetUserNotificationHandles(self, handles, count, needed):
+        pending = self.settings.number("notifications", "pending", 0)
+        self.machine.write_words(needed, pending)
+        return int(count >= pending)
+
     def GetSystemMetrics(self, index):
         screen = {0: ("width", 240), 1: ("height", 320)}
         return self.settings.number("screen", *screen[index]) if index in screen else 0
