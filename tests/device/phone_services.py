@@ -327,8 +327,8 @@ class Services:
         return self._number(text)
 
     def _number(self, text):
-        number = re.match(r"\s*([-+]?\d+)", text)
-        return max(-0x80000000, min(int(number[1]), 0x7FFFFFFF)) if number else 0
+        number = re.match(r"\s*([-+]?)0*(\d{0,11})", text)   # more digits than that are too many either way
+        return max(-0x80000000, min(int(number[1] + "0" + number[2]), 0x7FFFFFFF))
 
     def _write_formatted(self, to, count, text, width):
         """Fills at most count characters; without room for the terminator there is none, and the result is negative."""
