@@ -36,7 +36,6 @@ constexpr wchar_t englishInstallDir[] = L"\\Program Files\\Kelvane";
 
 constexpr size_t pathCapacity = 260;   // 520 bytes, the most that is read of a stored path
 constexpr size_t shortestInstallDir = 10;
-constexpr size_t oemCapacity = 2048;   // the system is told 2048, which it may take as bytes or as characters
 
 void readInstallDir(HKEY root, const wchar_t *path, wchar_t (&folder)[pathCapacity])
 {
@@ -88,14 +87,6 @@ void readOsVersion()
     isOsVersion5 = flag(version.dwMajorVersion >= 5);
     if (version.dwMajorVersion < 3)
         writeLog("** Unsupported OS version!!");
-}
-
-void readOemText(wchar_t (&oem)[oemCapacity])
-{
-    oem[0] = 0;
-    SystemParametersInfoW(SPI_GETOEMINFO, oemCapacity, oem, 0);
-    oem[oemCapacity - 1] = 0;
-    _wcslwr(oem);
 }
 
 void setModelFlags(const wchar_t *oem)
@@ -152,6 +143,13 @@ bool pathExists(const wchar_t *path)
     return GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES;
 }
 
+void readOemText(wchar_t (&oem)[oemCapacity])
+{
+    oem[0] = 0;
+    SystemParametersInfoW(SPI_GETOEMINFO, oemCapacity, oem, 0);
+    oem[oemCapacity - 1] = 0;
+}
+
 wchar_t *getAppPath()
 {
     try {
@@ -172,6 +170,7 @@ void getDeviceType()
     readOsVersion();
     wchar_t oem[oemCapacity];
     readOemText(oem);
+    _wcslwr(oem);
     setModelFlags(oem);
     setTreoFlags();
     needsKeyWorkaround = flag(isI730 || isTreo || containsAny(oem, {L"mio ", L"g50v", L"x500", L"loox"}));

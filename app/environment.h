@@ -29,5 +29,9 @@ wchar_t *getAppPath();
 // Sets the flags above from the system version, the maker's identification and the registry.
 void getDeviceType();
 
+// What the maker calls the device, as it is written there; empty when the system does not say.
+constexpr size_t oemCapacity = 2048;   // the system is told 2048, which it may take as bytes or as characters
+void readOemText(wchar_t (&oem)[oemCapacity]);
+
 // Whether a file or folder of that name exists.
 bool pathExists(const wchar_t *path);

@@ -4,13 +4,15 @@
 #include "addon_page.h"
 #include "advanced_page.h"
 #include "alarms_page.h"
-#include "aygshell.h"
+#include "dialog.h"
 #include "display_page.h"
 #include "engine.h"
 #include "environment.h"
+#include "extra_settings.h"
 #include "help.h"
 #include "language.h"
 #include "log.h"
+#include "option_file.h"
 #include "profiles_page.h"
 #include "registry.h"
 #include "resource.h"
@@ -64,18 +66,8 @@ void arrangeSheet(HWND sheet)
 {
     const HWND tabs = reinterpret_cast<HWND>(SendMessageW(sheet, PSM_GETTABCONTROL, 0, 0));
     SetWindowLongPtrW(tabs, GWL_STYLE, GetWindowLongPtrW(tabs, GWL_STYLE) | TCS_BOTTOM);
-
-    SHINITDLGINFO dialog = {};
-    dialog.dwMask = SHIDIM_FLAGS;
-    dialog.hDlg = sheet;
-    dialog.dwFlags = SHIDIF_DONEBUTTON | SHIDIF_SIZEDLGFULLSCREEN | SHIDIF_SIPDOWN;
-    SHInitDialog(&dialog);
-
-    SHMENUBARINFO bar = {};
-    bar.cbSize = sizeof bar;
-    bar.hwndParent = sheet;
-    bar.dwFlags = SHCMBF_EMPTYBAR;
-    SHCreateMenuBar(&bar);
+    makeFullScreen(sheet);
+    showEmptyMenuBar(sheet);
 }
 
 // Nothing thrown in a step may leave the dialog procedure, and the steps after it are still due.
@@ -107,12 +99,14 @@ void createMediaPlayer()
         writeLog("** Media Player not supported");
 }
 
-// Every source of settings in its order. The billing record and the advanced option file follow the general record.
+// Every source of settings in its order.
 void loadSettings()
 {
     getAppPath();
     contained(getDeviceType);
     getUserSettings();
+    getExtraSettings();
+    getUserConfigSettings();
 }
 
 // The line says the number after the reset, always 0; support knows it that way.
@@ -175,6 +169,7 @@ void beginOptions(HWND dialog)
 void saveSettings()
 {
     saveUserSettings();
+    saveExtraSettings();
 }
 
 void deleteDrawingObjects()
@@ -198,6 +193,7 @@ void endOptions()
     saveSettings();
     deleteDrawingObjects();
     freeUserSettings();
+    freeExtraSettings();
     releaseMediaPlayer();
     CoUninitialize();
     contained(notifyEngine);

@@ -10,6 +10,9 @@
 #define IDI_DOWN 132
 #define IDI_FOLDER 140   // of the Find File dialog
 #define IDI_FILE 141
+#define IDI_OPTIONS 142   // of the About page
+#define IDI_LOGGING 143
+#define IDI_MAIL 144
 
 // ---- Dialogs ----
 #define IDD_OPTIONS 500
@@ -25,6 +28,8 @@
 #define IDD_PROFILE_COPY 157
 #define IDD_FIND_FILE 163
 #define IDD_EDIT_PROFILES 172
+#define IDD_OPTION_FILE 130
+#define IDD_LOGGING 200
 
 // ---- Any dialog ----
 #define IDC_STATIC -1   // a control that is never addressed
@@ -102,3 +107,17 @@
 
 // ---- Option file editor ----
 #define IDC_OPTION_TEXT 1097
+
+// ---- About page ----
+#define IDC_PROGRAM_ICON 1155
+#define IDC_VERSION 1156
+#define IDC_MAIL_ICON 1157
+#define IDC_OPTION_FILE_ICON 1098
+#define IDC_OPTION_FILE_TEXT 1158
+#define IDC_LOGGING_ICON 1193
+#define IDC_LOGGING_TEXT 1159
+
+// ---- Logging dialog ----
+#define IDC_LOG_BASIC 1432
+#define IDC_LOG_DETAILED 1434
+#define IDC_LOG_SIGNAL 1435

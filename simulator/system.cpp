@@ -170,6 +170,20 @@ BOOL WINAPI simSystemParametersInfoW(UINT action, UINT number, PVOID data, UINT 
     }
 }
 
+// Notifications are no more than a number here; their handles count from 1.
+BOOL WINAPI simCeGetUserNotificationHandles(HANDLE *handles, DWORD count, LPDWORD needed)
+{
+    const DWORD pending = static_cast<DWORD>(settingNumber(L"notifications", L"pending"));
+    if (needed)
+        *needed = pending;
+    for (DWORD index = 0; handles && index < count && index < pending; ++index)
+        handles[index] = reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(index + 1));
+    if (count >= pending)
+        return TRUE;
+    SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return FALSE;
+}
+
 int WINAPI simGetSystemMetrics(int index)
 {
     switch (index) {

@@ -21,6 +21,7 @@ from phone_copy import RUN_WINE, SIMULATOR, TREE, PhoneCopy, delivered_phones, w
 INSTALL_FOLDER = Path("root", "Program Files", "Kelvane")
 SETTINGS_KEY = r"HKEY_CURRENT_USER\Software\Tessaryn\Kelvane"
 CLOCK = "2008-03-07 14:05:00"
+OPTION_FILE = b"; Kelvane, advanced options\r\nVibrateSetting=3short\r\nSignalAlarmDelay=60\r\nUseFastGraphics=1\r\n"
 TIME_LIMIT = 120  # seconds, for one phone in one language
 
 
@@ -52,6 +53,9 @@ VIEWS = [
     View("profiles", 3),
     View("addon", 4),
     View("about", 5),
+    View("option-file", 5, control=1098),
+    View("option-file-panel", 5, control=1098, panel=True),
+    View("logging", 5, control=1193),
     View("display-panel", 0, panel=True),
     View("schedule-time", 3, control=1268, presses=(1300, 1301, 1304)),
     View("schedule-event", 3, control=1268, presses=(1339,)),
@@ -65,8 +69,9 @@ def set_up(phone: PhoneCopy, language: Language):
     phone.set_facts("clock", now=CLOCK)
     phone.set_registry(SETTINGS_KEY, "lang", f"dword:{language.number:08x}")
     phone.set_registry(SETTINGS_KEY, "timeData", f'"{SCHEDULE}"')
+    (phone.folder / INSTALL_FOLDER).mkdir(parents=True, exist_ok=True)
+    (phone.folder / INSTALL_FOLDER / "Kelvane_User.cfg").write_bytes(OPTION_FILE)
     if language.file:
-        (phone.folder / INSTALL_FOLDER).mkdir(parents=True, exist_ok=True)
         shutil.copy(TREE / "languages" / language.file, phone.folder / INSTALL_FOLDER)
 
 

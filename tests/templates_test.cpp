@@ -17,6 +17,8 @@
 #include "find_file.h"
 #include "intercept.h"
 #include "language.h"
+#include "logging_dialog.h"
+#include "option_file_editor.h"
 #include "options_dialog.h"
 #include "page_window.h"
 #include "profile_copy.h"
@@ -147,6 +149,42 @@ const std::vector<Template> &templates()
         {173, profileEventProc, portraitOnly, 0, profileTimeControls, "Profile Time"},
         {196, ProfileTimeDlgProc, landscapeOnly, 0, profileTimeControls, "Profile Time"},
         {196, profileEventProc, landscapeOnly, 0, profileTimeControls, "Profile Time"},
+        {120,
+         AboutPageProc,
+         portraitOnly,
+         5,
+         {{1155, "mute icon"},
+          {1156, "label"},
+          {1157, "key icon"},
+          {1098, "key icon"},
+          {1158, "label"},
+          {1193, "key icon"},
+          {1159, "label"},
+          {1140, "icon"}}},
+        {194,
+         AboutPageProc,
+         landscapeOnly,
+         5,
+         {{1155, "mute icon"},
+          {1156, "label"},
+          {1157, "key icon"},
+          {1098, "key icon"},
+          {1158, "label"},
+          {1193, "key icon"},
+          {1159, "label"},
+          {1140, "icon"}}},
+        {130,
+         OptionFileEditorProc,
+         everyScreen,
+         0,
+         {{1097, "text field"}, {1, "button"}, {2, "button"}},
+         "Kelvane_User.cfg"},
+        {200,
+         LoggingDialogProc,
+         everyScreen,
+         236,
+         {{1432, "check box"}, {1434, "check box"}, {1435, "check box"}, {1, "button"}, {2, "button"}},
+         "Logging Options"},
     };
     return table;
 }
@@ -249,6 +287,7 @@ std::string kindOfStatic(LONG_PTR style)
     switch (style & SS_TYPEMASK) {
     case SS_ICON:
         return operatedByKeys ? "tapped icon" : style & SS_NOTIFY ? "icon" : "mute icon";
+        return !(style & SS_NOTIFY) ? "mute icon" : style & WS_TABSTOP ? "key icon" : "icon";
     case SS_LEFT:
     case SS_CENTER:
     case SS_RIGHT:
@@ -283,7 +322,7 @@ std::string kindOf(HWND control)
 
 bool isFocusable(const std::string &kind)
 {
-    return kind != "label" && kind != "icon" && kind != "group box";
+    return kind != "label" && kind != "icon" && kind != "mute icon" && kind != "group box";
 }
 
 int idOf(HWND control)

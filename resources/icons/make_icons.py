@@ -40,6 +40,9 @@ ICONS = {
     "down.ico": ((16, "down-16.svg"), (32, "down.svg")),
     "folder.ico": ((16, "folder-16.svg"), (32, "folder.svg")),
     "file.ico": ((16, "file-16.svg"), (32, "file.svg")),
+    "options.ico": ((16, "options-16.svg"), (32, "options.svg")),
+    "logging.ico": ((16, "logging-16.svg"), (32, "logging.svg")),
+    "mail.ico": ((16, "mail-16.svg"), (32, "mail.svg")),
 }
 
 EDGE_COLOUR = "rgb(220,220,230)"

@@ -286,6 +286,17 @@ class Services(Databases, Objects):
     def strncmp(self, left: Narrow, right: Narrow, count):
         return (left[:count] > right[:count]) - (left[:count] < right[:count])
 
+    def strchr(self, text, character):
+        index = (self.machine.narrow(text) + "\0").find(chr(character & 0xFF))
+        return text + index if index >= 0 else 0
+
+    def strstr(self, text, part: Narrow):
+        index = self.machine.narrow(text).find(part)
+        return text + index if index >= 0 else 0
+
+    def atoi(self, text: Narrow):
+        return self._number(text)
+
     def wcslen(self, text: Wide):
         return len(text.encode("utf-16-le", "surrogatepass")) // 2
 
@@ -339,8 +350,11 @@ class Services(Databases, Objects):
         return len(encoded) // 2
 
     def _wtol(self, text: Wide):
-        number = re.match(r"\s*([-+]?\d+)", text)
-        return max(-0x80000000, min(int(number[1]), 0x7FFFFFFF)) if number else 0
+        return self._number(text)
+
+    def _number(self, text):
+        number = re.match(r"\s*([-+]?)0*(\d{0,11})", text)   # more digits than that are too many either way
+        return max(-0x80000000, min(int(number[1] + "0" + number[2]), 0x7FFFFFFF))
 
     def _write_formatted(self, to, count, text, width):
         """Fills at most count characters; without room for the terminator there is none, and the result is negative."""
@@ -656,6 +670,16 @@ class Services(Databases, Objects):
         del self.files[path.lower()]
         return 1
 
+    def MoveFileW(self, source: Wide, target: Wide):
+        if self.fault_due("file", f"move:{source}"):
+            return self.fail(ERROR_IO_DEVICE)
+        if source.lower() not in self.files:
+            return self.fail(ERROR_FILE_NOT_FOUND)
+        if target.lower() in self.files or target.lower() in self.folders:
+            return self.fail(183)
+        self.files[target.lower()] = self.files.pop(source.lower())
+        return 1
+
     def GetFileAttributesW(self, path: Wide):
         if self.fault_due("file", f"attributes:{path}"):
             return self.fail(ERROR_IO_DEVICE, INVALID_HANDLE)
@@ -857,6 +881,10 @@ class Services(Databases, Objects):
             return self.fail(ERROR_INVALID_PARAMETER)
         self.machine.write_wide(data, texts[fields[kind]])
         return 2
+    def CeGetUserNotificationHandles(self, handles, count, needed):
+        pending = self.settings.number("notifications", "pending", 0)
+        self.machine.write_words(needed, pending)
+        return int(count >= pending)
 
     def GetSystemMetrics(self, index):
         screen = {0: ("width", 240), 1: ("height", 320)}
