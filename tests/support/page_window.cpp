@@ -7,6 +7,7 @@
 #include "resource.h"
 #include "scaling.h"
 #include "shell_values.h"
+#include "sound_catalogue.h"
 #include "text.h"
 #include "user_settings.h"
 
@@ -110,6 +111,7 @@ void restartProgram()
     optionsDialog = currentPage = nullptr;
     listEdited = skinChanged = settingsImported = mailSettingsChanged = false;
     forgetResolution();
+    forgetSounds();
 }
 
 static constexpr UINT scriptIsOver = WM_APP;
