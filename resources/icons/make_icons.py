@@ -38,6 +38,8 @@ ICONS = {
     "edit.ico": ((16, "edit-16.svg"), (32, "edit.svg")),
     "export.ico": ((16, "export-16.svg"), (32, "export.svg")),
     "play.ico": ((16, "play-16.svg"), (32, "play.svg")),
+    "folder.ico": ((16, "folder-16.svg"), (32, "folder.svg")),
+    "file.ico": ((16, "file-16.svg"), (32, "file.svg")),
 }
 
 EDGE_COLOUR = "rgb(220,220,230)"

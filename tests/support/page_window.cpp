@@ -2,7 +2,9 @@
 
 #include "doctest.h"
 #include "environment.h"
+#include "extra_settings.h"
 #include "main.h"
+#include "option_file.h"
 #include "options_dialog.h"
 #include "resource.h"
 #include "scaling.h"
@@ -105,6 +107,9 @@ void restartProgram()
 {
     freeUserSettings();
     userSettings = UserSettings{};
+    freeExtraSettings();
+    extraSettings = ExtraSettings{};
+    optionFlags = OptionFlags{};
     freeText(appPath);
     isLandscape = 0;
     startProfile = 0;
