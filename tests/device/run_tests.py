@@ -23,6 +23,13 @@ LEFT_OUT = {
         "a value that fails to be written keeps what is stored and costs no other",
         "a value that fails to be read keeps its field and costs no other",
     },
+    "device_extra_settings": {
+        "a hundred loads and saves leave no key and no memory behind",
+        "values are read in their order: an exception at any is logged, ends the load there and leaves no key open",
+        "all numbers are written in their order, then the texts: an exception at any is logged and ends the save there",
+        "a value that fails to be written keeps what is stored and costs no other",
+        "a value that fails to be read keeps its field and costs no other",
+    },
 }
 
 # Where the program is installed on the phone on which the simulator's tests find the translations as well.
@@ -77,9 +84,11 @@ class TestedPhone(Phone):
         self.files.pop(path.lower(), None)
         if data:
             self.TestFolder(path.rpartition("\\")[0], 1)
+            self.spelling[path.lower()] = path
             self.files[path.lower()] = bytearray(self.machine.read(data, size) if size else b"")
 
     def TestFolder(self, path: Wide, exists):
+        self.spelling.setdefault(path.lower(), path)
         path = path.lower()
         if exists:
             parts = path.split("\\")
@@ -134,6 +143,9 @@ class TestedPhone(Phone):
 
     def SimLiveFiles(self):
         return len(self.open_files)
+
+    def SimLiveSearches(self):
+        return len(self.searches)
 
     def SimLiveGdi(self):
         return self.device_contexts
