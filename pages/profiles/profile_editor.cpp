@@ -8,6 +8,8 @@
 
 namespace {
 
+bool fillFailed;   // then the controls hold another row's values, or half of this one's, which must not be saved
+
 void showControl(HWND page, int id)
 {
     ShowWindow(GetDlgItem(page, id), SW_SHOW);
@@ -302,11 +304,13 @@ void editRow(HWND page, int profile, int row)
 
 void fillProfileEditor(HWND page, int profile, int row)
 {
+    fillFailed = false;
     try {
         hideProfileEditor(page);
         describeRow(page, row);
         editRow(page, profile, row);
     } catch (...) {
+        fillFailed = true;
         writeLog("** Exception fillProfileEditor **");
     }
 }
@@ -318,6 +322,8 @@ void hideProfileEditor(HWND page)
 
 void saveControl(HWND page, int profile, int row)
 {
+    if (fillFailed)
+        return;
     ProfileEdit edit;
     if (const Editor *editor = findEditor(row))
         editor->read(page, profileSettings[row].setting, edit);
