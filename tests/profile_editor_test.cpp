@@ -390,6 +390,20 @@ TEST_CASE("each alarm sound offers its own special names in front of the files, 
     }
 }
 
+TEST_CASE("special names that are missing come back in front of the files and in their order")
+{
+    StartedPhone phone;
+    EditorPage page;
+    for (const char *missing : {"<system>", "<silent>", "<vibrate>", "all"}) {
+        for (int i = 2; i >= 0; --i)
+            if (missing == std::string("all") || narrow(page.entry(1293, i)) == missing)
+                SendMessageW(page.control(1293), CB_DELETESTRING, i, 0);
+        page.fill(4);
+        INFO("without " << std::string(missing));
+        CHECK(page.entries(1293) == "<system>|<silent>|<vibrate>|alarm1.wav|ring1.wav|tune.mid|");
+    }
+}
+
 TEST_CASE("a stored sound is chosen, one that is not in the list is shown all the same, and both are kept")
 {
     StartedPhone phone;

@@ -154,7 +154,6 @@ void selectSound(HWND page, int control, const ProfileEdit &edit)
 {
     const HWND combo = GetDlgItem(page, control);
     selectEntry(combo, noEntry);
-    setText(page, control, L"");
     selectEntry(combo, entryOfText(combo, edit));
     if (edit.text[0])
         setText(page, control, edit.text);
