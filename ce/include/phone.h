@@ -68,26 +68,6 @@ PHONE_API BOOL WINAPI phoneFindNextFile(HANDLE search, ce::FindDataW *found) __a
 #define FindNextFileW phoneFindNextFile
 #endif
 
-#ifdef _WIN64
-// The phone's record of a found file lacks the desktop's reserved pair and short name. (The device build's <windows.h> has it.)
-struct PhoneFoundFile {
-    DWORD dwFileAttributes;
-    FILETIME ftCreationTime;
-    FILETIME ftLastAccessTime;
-    FILETIME ftLastWriteTime;
-    DWORD nFileSizeHigh;
-    DWORD nFileSizeLow;
-    DWORD dwOID;
-    WCHAR cFileName[MAX_PATH];
-};
-static_assert(sizeof(PhoneFoundFile) == 560);
-extern "C" HANDLE WINAPI phoneFindFirstFile(const wchar_t *pattern, PhoneFoundFile *found) __asm__("FindFirstFileW");
-extern "C" BOOL WINAPI phoneFindNextFile(HANDLE search, PhoneFoundFile *found) __asm__("FindNextFileW");
-#define WIN32_FIND_DATAW PhoneFoundFile
-#define FindFirstFileW phoneFindFirstFile
-#define FindNextFileW phoneFindNextFile
-#endif
-
 // ---- C runtime (all of it lives in coredll) ----------------------------------------------------------------------
 
 #include <stdarg.h>
