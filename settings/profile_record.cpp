@@ -275,6 +275,7 @@ void showTime(DWORD stored, RowText &text)
 
 // ---- Lists of numbers ---------------------------------------------------------------------------------------------
 
+// What a stored number is taken for.
 DWORD asStored(DWORD stored)
 {
     return stored;
@@ -315,6 +316,7 @@ constexpr NumberList volumeList(int setting, int withheld)
     return numberList(setting, volumes, showPercent, asStored, noEntry, withheld);
 }
 
+// A time-out that no entry stands for is offered, and so stored, as the third one. That is what the list has always done.
 constexpr NumberList timeOutList(int setting)
 {
     return numberList(setting, timeOuts, showTime, wholeMinutes, 2);
@@ -572,8 +574,8 @@ int defaultCountEntry()
     return userSettings.soundRepeatOff < repeatCountEntries ? static_cast<int>(userSettings.soundRepeatOff) : noEntry;
 }
 
-// A default interval shows the default count, whatever is stored. So does a repeat without alarm or without a count:
-// whoever chooses another interval begins there.
+// A default interval shows the general count, whatever is stored, and leaving the row stores that. A repeat without alarm
+// has none of its own: whoever chooses another interval for it begins with the general one.
 int chosenCount(const StoredRow &row)
 {
     const DWORD count = row.companion(countSuffix);
@@ -739,6 +741,8 @@ void listForwarding(void (*add)(HWND, const wchar_t *), HWND list, const wchar_t
     add(list, conditional);
 }
 
+// What is chosen is stored as it reads here, in the language of the moment. After a change of language it is no entry of the
+// list any more, but it stays.
 void listForwardings(void (*add)(HWND, const wchar_t *), HWND list)
 {
     add(list, getLanguageText(leaveUnchangedText, nullptr));
