@@ -120,6 +120,7 @@ void eraseBackground(HWND dialog, HDC dc)
     RECT area;
     GetClientRect(dialog, &area);
     FillRect(dc, &area, backgroundBrush);
+    SetWindowLongPtrW(dialog, DWL_MSGRESULT, TRUE);
 }
 
 void endEditing(HWND dialog, int command)

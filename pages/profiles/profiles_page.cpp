@@ -147,7 +147,7 @@ void chooseRows()
     for (ProfileSettingDescriptor &row : profileSettings)
         for (const WatchedSetting &watched : watchedSettings)
             if (row.setting == watched.setting)
-                row.shown = userSettings.*watched.watch && !(watched.isRepeat && optionFile.hideProfileAlarmRepeats);
+                row.shown = userSettings.*watched.watch && !(watched.isRepeat && optionFlags.hideProfileAlarmRepeats);
 }
 
 // ---- Profiles -----------------------------------------------------------------------------------------------------
@@ -335,6 +335,36 @@ bool runAction(HWND page, WPARAM command)
 
 // ---- The page -----------------------------------------------------------------------------------------------------
 
+// Lower than a drop-down list is by itself, for the rule below it to stay free.
+constexpr int selectorHeight = 20;   // at 96 dots per inch, as the gap to the icons
+constexpr int selectorGap = 4;
+
+int heightOf(HWND control)
+{
+    RECT area;
+    return GetWindowRect(control, &area) ? area.bottom - area.top : 0;
+}
+
+// What is asked for is the height of the text's area, and how much the edges add to it is the system's affair.
+void lowerProfileSelector(HWND selector)
+{
+    LRESULT textHeight = SendMessageW(selector, CB_GETITEMHEIGHT, static_cast<WPARAM>(-1), 0);
+    while (heightOf(selector) > scaleY(selectorHeight) && --textHeight > 0)
+        SendMessageW(selector, CB_SETITEMHEIGHT, static_cast<WPARAM>(-1), textHeight);
+}
+
+// The selector takes the header's room between title and icons.
+void fitProfileSelector(HWND page)
+{
+    const HWND selector = GetDlgItem(page, IDC_PROFILE_SELECTOR);
+    RECT area, nextIcon;
+    GetWindowRect(selector, &area);
+    GetWindowRect(GetDlgItem(page, IDC_SCHEDULE), &nextIcon);
+    const int width = nextIcon.left - scaleX(selectorGap) - area.left;
+    SetWindowPos(selector, nullptr, 0, 0, width, area.bottom - area.top, SWP_NOMOVE | SWP_NOZORDER);
+    lowerProfileSelector(selector);
+}
+
 constexpr int ownControls[] = {IDC_PROFILE_SELECTOR, IDC_SCHEDULE, IDC_EDIT_PROFILES, IDC_EXPORT};
 
 void showOwnControls(HWND page)
@@ -369,6 +399,7 @@ void beginPage(HWND page)
     setControlTexts(page, labels);
     loadControlIcon(page, playIcon);
     showOwnControls(page);
+    fitProfileSelector(page);
     currentProfile = startProfile;
     fillProfileSelector(page);
     currentProfile = selectedProfile(page);   // the one asked for at start may not be in use
@@ -377,36 +408,6 @@ void beginPage(HWND page)
     bringIntoSight(listOf(page), 0);   // selecting a line may have scrolled the list while it was smaller
     InvalidateRect(page, nullptr, TRUE);
     UpdateWindow(page);
-}
-
-// Lower than a drop-down list is by itself, for the rule below it to stay free.
-constexpr int selectorHeight = 20;   // at 96 dots per inch, as the gap to the icons
-constexpr int selectorGap = 4;
-
-int heightOf(HWND control)
-{
-    RECT area;
-    return GetWindowRect(control, &area) ? area.bottom - area.top : 0;
-}
-
-// What is asked for is the height of the text's area, and how much the edges add to it is the system's affair.
-void lowerProfileSelector(HWND selector)
-{
-    LRESULT textHeight = SendMessageW(selector, CB_GETITEMHEIGHT, static_cast<WPARAM>(-1), 0);
-    while (heightOf(selector) > scaleY(selectorHeight) && --textHeight > 0)
-        SendMessageW(selector, CB_SETITEMHEIGHT, static_cast<WPARAM>(-1), textHeight);
-}
-
-// The selector takes the header's room between title and icons.
-void fitProfileSelector(HWND page)
-{
-    const HWND selector = GetDlgItem(page, IDC_PROFILE_SELECTOR);
-    RECT area, nextIcon;
-    GetWindowRect(selector, &area);
-    GetWindowRect(GetDlgItem(page, IDC_SCHEDULE), &nextIcon);
-    const int width = nextIcon.left - scaleX(selectorGap) - area.left;
-    SetWindowPos(selector, nullptr, 0, 0, width, area.bottom - area.top, SWP_NOMOVE | SWP_NOZORDER);
-    lowerProfileSelector(selector);
 }
 
 // The line being edited stays in sight when the input panel comes up over the list.

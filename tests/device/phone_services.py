@@ -281,6 +281,17 @@ class Services:
     def strncmp(self, left: Narrow, right: Narrow, count):
         return (left[:count] > right[:count]) - (left[:count] < right[:count])
 
+    def strchr(self, text, character):
+        index = (self.machine.narrow(text) + "\0").find(chr(character & 0xFF))
+        return text + index if index >= 0 else 0
+
+    def strstr(self, text, part: Narrow):
+        index = self.machine.narrow(text).find(part)
+        return text + index if index >= 0 else 0
+
+    def atoi(self, text: Narrow):
+        return self._number(text)
+
     def wcslen(self, text: Wide):
         return len(text.encode("utf-16-le", "surrogatepass")) // 2
 
@@ -334,6 +345,9 @@ class Services:
         return len(encoded) // 2
 
     def _wtol(self, text: Wide):
+        return self._number(text)
+
+    def _number(self, text):
         number = re.match(r"\s*([-+]?\d+)", text)
         return max(-0x80000000, min(int(number[1]), 0x7FFFFFFF)) if number else 0
 
@@ -648,6 +662,16 @@ class Services:
         if path.lower() not in self.files:
             return self.fail(ERROR_FILE_NOT_FOUND)
         del self.files[path.lower()]
+        return 1
+
+    def MoveFileW(self, source: Wide, target: Wide):
+        if self.fault_due("file", f"move:{source}"):
+            return self.fail(ERROR_IO_DEVICE)
+        if source.lower() not in self.files:
+            return self.fail(ERROR_FILE_NOT_FOUND)
+        if target.lower() in self.files or target.lower() in self.folders:
+            return self.fail(183)
+        self.files[target.lower()] = self.files.pop(source.lower())
         return 1
 
     def GetFileAttributesW(self, path: Wide):

@@ -30,7 +30,7 @@ ANSWERS = {
     "GetModuleHandleW": 0x10000, "GetMessageW": 0, "GetScrollInfo": 1, "GetStockObject": 0x205,
     "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "LoadCursorW": 0x209, "LoadIconW": 0x206, "LoadImageW": 0x207,
     "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0, "SelectObject": 0x208, "SetBkMode": 1,
-    "SetCursor": 0,
+    "SetCursor": 0, "SetFocus": 0,
     "SetForegroundWindow": 1, "SetTextColor": 0, "SetWindowPos": 1, "ShowWindow": 1, "TranslateMessage": 0,
 }
 
