@@ -38,8 +38,12 @@ class View:
     page: int  # of the property sheet, from 0
     control: Optional[int] = None  # on that page, opens the dialog in question
     presses: Tuple[int, ...] = ()  # controls of the dialog that are tapped before the picture is taken
+    line: Optional[int] = None  # of the page's list, clicked before the picture
     panel: bool = False  # with the input panel up
 
+
+# What an alarm can be raised for.
+WATCHED = ["SMS", "MMS", "Email", "emailCustomAlarms", "missedCalls", "voiceMail", "reminders"]
 
 LANGUAGES = [
     Language("english", 0, None),
@@ -59,6 +63,15 @@ VIEWS = [
     View("display-panel", 0, panel=True),
     View("schedule-time", 3, control=1268, presses=(1300, 1301, 1304)),
     View("schedule-event", 3, control=1268, presses=(1339,)),
+    View("profiles-sound", 3, line=6),
+    View("profiles-repeat", 3, line=7),
+    View("profiles-heading", 3, line=20),
+    View("profiles-ring-tone", 3, line=21),
+    View("profiles-choice", 3, line=34),
+    View("profiles-switch", 3, line=24),
+    View("profiles-sim-code", 3, line=43),
+    View("profiles-program", 3, line=44),
+    View("profiles-panel", 3, line=9, panel=True),
 ]
 
 
@@ -71,8 +84,15 @@ def set_up(phone: PhoneCopy, language: Language):
     phone.set_registry(SETTINGS_KEY, "timeData", f'"{SCHEDULE}"')
     (phone.folder / INSTALL_FOLDER).mkdir(parents=True, exist_ok=True)
     (phone.folder / INSTALL_FOLDER / "Kelvane_User.cfg").write_bytes(OPTION_FILE)
+    watch_everything(phone)
     if language.file:
         shutil.copy(TREE / "languages" / language.file, phone.folder / INSTALL_FOLDER)
+
+
+def watch_everything(phone: PhoneCopy):
+    """Lets the list of the Profiles page have all its rows, so that a line has the same number on every phone."""
+    for name in WATCHED:
+        phone.set_registry(SETTINGS_KEY, name, "dword:00000001")
 
 
 def panel_button(phone: PhoneCopy):
@@ -85,6 +105,8 @@ def steps_of(view: View, phone: PhoneCopy, picture: Path):
     """The steps of shots.exe to one view and back to the plain sheet."""
     tap_panel = "tap {} {}".format(*panel_button(phone))
     yield f"page {view.page}"
+    if view.line is not None:
+        yield f"line {view.line}"
     if view.control is not None:
         yield f"command {view.control}"
     for control in view.presses:

@@ -54,6 +54,35 @@ struct Template {
     const char *caption = nullptr;   // of a dialog; pages have none
 };
 
+// Of the pages that list settings and edit one of them at a time; most are hidden at any moment.
+const std::vector<Control> listPageControls = {
+    {1253, "drop-down list"},
+    {1287, "label"},
+    {1289, "drop-down list"},
+    {1293, "combo box"},
+    {1297, "combo box"},
+    {1290, "icon"},
+    {1327, "check box"},
+    {1326, "check box"},
+    {1328, "check box"},
+    {1295, "check box"},
+    {1291, "Edit"},
+    {1325, "button"},
+    {1355, "Edit"},
+    {1072, "drop-down list"},
+    {1261, "label"},
+    {1074, "drop-down list"},
+    {1292, "msctls_trackbar32"},
+    {1294, "drop-down list"},
+    {1310, "drop-down list"},
+    {1077, "SysTabControl32"},
+    {1266, "SysListView32"},
+    {1268, "icon"},
+    {1280, "icon"},
+    {1351, "icon"},
+    {1140, "icon"},
+};
+
 bool isDialog(const Template &row)
 {
     return row.caption != nullptr;
@@ -99,8 +128,8 @@ const std::vector<Template> &templates()
           {1180, "check box"},
           {1294, "check box"},
           {1140, "icon"}}},
-        {154, AdvancedPageProc, everyScreen, 89, {{1140, "icon"}}},
-        {154, ProfilesPageProc, everyScreen, 90, {{1140, "icon"}}},
+        {154, AdvancedPageProc, everyScreen, 89, listPageControls},
+        {154, ProfilesPageProc, everyScreen, 90, listPageControls},
         {122, AddonPageProc, everyScreen, 260, {{1140, "icon"}}},
         {120, AboutPageProc, portraitOnly, 5, {{1140, "icon"}}},
         {194, AboutPageProc, landscapeOnly, 5, {{1140, "icon"}}},
@@ -560,7 +589,8 @@ TEST_CASE("controls lie within the page on every screen")
                             << area.bottom);
             CHECK(area.left >= 0);
             CHECK(area.top >= 0);
-            CHECK(area.right <= screen.width);
+            // A list page's list is as wide as the screen and begins a point from its edge.
+            CHECK(area.right <= screen.width + (idOf(control) == 1266 ? screen.scale : 0));
             CHECK(area.bottom <= heightOf(row, screen));
         }
     });
@@ -676,14 +706,32 @@ TEST_CASE("the help icon lies in the header, beside the title in every language"
     });
 }
 
-TEST_CASE("other controls of a page begin below the header's rule")
+TEST_CASE("the profile selector begins beside the title in every language")
 {
     onEveryScreen([](HWND page, const Template &row, const Screen &screen) {
+        const HWND selector = GetDlgItem(page, 1253);
+        if (!selector || !isShown(selector))
+            return;
+        const std::wstring title = getLanguageText(row.title, nullptr);
+        INFO("title " << narrow(title));
+        CHECK(placeOf(selector).left >= 3 * screen.scale + titleWidth(title, screen.scale));
+    });
+}
+
+TEST_CASE("controls of a page lie either in the header, above its rule, or below it")
+{
+    constexpr int headerControls[] = {1140, 1253, 1268, 1280, 1351};
+    onEveryScreen([&](HWND page, const Template &row, const Screen &screen) {
         if (isDialog(row))
             return;
         for (HWND control : controlsOf(page)) {
-            INFO("control " << idOf(control));
-            CHECK((idOf(control) == 1140 || placeOf(control).top > 21 * screen.scale));
+            if (!isShown(control))
+                continue;
+            const RECT area = placeOf(control);
+            const bool inHeader = std::find(std::begin(headerControls), std::end(headerControls), idOf(control)) !=
+                                  std::end(headerControls);
+            INFO("control " << idOf(control) << " from " << area.top << " to " << area.bottom);
+            CHECK((inHeader ? area.bottom <= 21 * screen.scale : area.top > 21 * screen.scale));
         }
     });
 }
