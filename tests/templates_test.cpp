@@ -56,14 +56,14 @@ const std::vector<Control> listPageControls = {
     {1289, "drop-down list"},
     {1293, "combo box"},
     {1297, "combo box"},
-    {1290, "icon"},
+    {1290, "tapped icon"},
     {1327, "check box"},
     {1326, "check box"},
     {1328, "check box"},
     {1295, "check box"},
-    {1291, "Edit"},
+    {1291, "text field"},
     {1325, "button"},
-    {1355, "Edit"},
+    {1355, "text field"},
     {1072, "drop-down list"},
     {1261, "label"},
     {1074, "drop-down list"},
@@ -72,9 +72,9 @@ const std::vector<Control> listPageControls = {
     {1310, "drop-down list"},
     {1077, "SysTabControl32"},
     {1266, "SysListView32"},
-    {1268, "icon"},
-    {1280, "icon"},
-    {1351, "icon"},
+    {1268, "tapped icon"},
+    {1280, "tapped icon"},
+    {1351, "tapped icon"},
     {1140, "icon"},
 };
 
@@ -212,14 +212,15 @@ std::string kindOfButton(LONG_PTR style)
 
 std::string kindOfStatic(LONG_PTR style)
 {
+    const bool operatedByKeys = (style & SS_NOTIFY) && (style & WS_TABSTOP);
     switch (style & SS_TYPEMASK) {
     case SS_ICON:
-        return style & SS_NOTIFY ? "icon" : "mute icon";
+        return operatedByKeys ? "tapped icon" : style & SS_NOTIFY ? "icon" : "mute icon";
     case SS_LEFT:
     case SS_CENTER:
     case SS_RIGHT:
     case SS_LEFTNOWORDWRAP:
-        return "label";
+        return operatedByKeys ? "tapped label" : "label";
     }
     return "unknown static";
 }
