@@ -7,8 +7,8 @@
 //
 //   page N         shows the sheet's page N, counted from 0
 //   command N      does what a tap on the control N of the page or dialog on top does, and waits for the dialog it opens
-//   press N        does the same where no dialog opens, and waits until that shows
 //   line N         goes to line N of the page's list, counted from 0, with the arrow keys, which click every line they reach
+//   press N        does the same where no dialog opens, and waits until that shows
 //   close          cancels the dialog on top
 //   tap X Y        taps the screen there, and waits until that shows
 //   shot FILE      writes the screen to FILE, a bitmap, once it has come to rest
@@ -189,18 +189,6 @@ bool pressControl(const wchar_t *argument)
     });
 }
 
-bool pressInPlace(const wchar_t *argument)
-{
-    const HWND dialog = topDialog(), owner = dialog == sheet ? currentPage() : dialog;
-    const int control = wcstol(argument, nullptr, 10);
-    Picture before;
-    if (!comesToRest(before))
-        return false;
-    PostMessageW(owner, WM_COMMAND, MAKEWPARAM(control, BN_CLICKED),
-                 reinterpret_cast<LPARAM>(GetDlgItem(owner, control)));
-    return waitFor([&] { return takePicture().points != before.points; });
-}
-
 int selectedLine(HWND list)
 {
     return static_cast<int>(ask(list, LVM_GETNEXTITEM, static_cast<WPARAM>(-1), LVNI_SELECTED));
@@ -217,6 +205,18 @@ bool goToLine(const wchar_t *argument)
         line = selectedLine(list);
     }
     return list && selectedLine(list) == target;
+}
+
+bool pressInPlace(const wchar_t *argument)
+{
+    const HWND dialog = topDialog(), owner = dialog == sheet ? currentPage() : dialog;
+    const int control = wcstol(argument, nullptr, 10);
+    Picture before;
+    if (!comesToRest(before))
+        return false;
+    PostMessageW(owner, WM_COMMAND, MAKEWPARAM(control, BN_CLICKED),
+                 reinterpret_cast<LPARAM>(GetDlgItem(owner, control)));
+    return waitFor([&] { return takePicture().points != before.points; });
 }
 
 bool closeDialog(const wchar_t *)
@@ -251,8 +251,8 @@ constexpr struct {
     const wchar_t *name;
     bool (*run)(const wchar_t *argument);
 } steps[] = {
-    {L"page", showPage}, {L"command", pressControl}, {L"press", pressInPlace}, {L"line", goToLine},
-    {L"close", closeDialog}, {L"tap", tapScreen}, {L"shot", shoot},
+    {L"page", showPage},     {L"command", pressControl}, {L"press", pressInPlace}, {L"line", goToLine},
+    {L"close", closeDialog}, {L"tap", tapScreen},        {L"shot", shoot},
 };
 
 bool runStep(const std::wstring &line)
