@@ -37,8 +37,8 @@ std::vector<std::wstring> soundDirectories(DWORD locations)
 // Room for capacity records; those without a path are empty. Null when memory has run out.
 SoundDirectory *recordsOf(const std::vector<std::wstring> &paths, size_t capacity)
 {
-    auto *const records =
-        static_cast<SoundDirectory *>(simLocalAlloc(LMEM_ZEROINIT, std::max<size_t>(capacity, 1) * sizeof(SoundDirectory)));
+    auto *const records = static_cast<SoundDirectory *>(
+        simLocalAlloc(LMEM_ZEROINIT, std::max<size_t>(capacity, 1) * sizeof(SoundDirectory)));
     for (size_t i = 0; records && i < paths.size(); ++i)
         memcpy(records[i].path, paths[i].c_str(),
                std::min(paths[i].size(), ARRAYSIZE(records[i].path)) * sizeof(WCHAR));

@@ -43,7 +43,8 @@ struct StartedPhone : TestPhone {
 
 class Combo {
 public:
-    Combo() : window(CreateWindowExW(0, L"ComboBox", L"", CBS_DROPDOWN, 0, 0, 100, 100, nullptr, nullptr, nullptr, nullptr))
+    Combo()
+        : window(CreateWindowExW(0, L"ComboBox", L"", CBS_DROPDOWN, 0, 0, 100, 100, nullptr, nullptr, nullptr, nullptr))
     {
         REQUIRE(window);
     }
@@ -160,9 +161,9 @@ TEST_CASE("the wait cursor is shown while sounds are collected, and the former o
         const wchar_t *kind, *call;
         int nth;
     };
-    for (const Row &row : {Row{"wm6", nullptr, nullptr, 0}, Row{"ppc2003", nullptr, nullptr, 0},
-                           Row{"wm6", L"memory", L"alloc:", 1}, Row{"wm6", L"memory", L"alloc:", 2},
-                           Row{"ppc2003", L"registry", L"read:FileSyncPath", 1}}) {
+    for (const Row &row :
+         {Row{"wm6", nullptr, nullptr, 0}, Row{"ppc2003", nullptr, nullptr, 0}, Row{"wm6", L"memory", L"alloc:", 1},
+          Row{"wm6", L"memory", L"alloc:", 2}, Row{"ppc2003", L"registry", L"read:FileSyncPath", 1}}) {
         StartedPhone phone(row.phone);
         Combo combo;
         SetCursor(hand);

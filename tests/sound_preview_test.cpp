@@ -107,9 +107,9 @@ struct SoundPhone : TestPhone {
     std::string sounds() const
     {
         Lines lines = journal();
-        lines.erase(std::remove_if(lines.begin(), lines.end(),
-                                   [](const std::string &line) { return !concernsSound(line); }),
-                    lines.end());
+        lines.erase(
+            std::remove_if(lines.begin(), lines.end(), [](const std::string &line) { return !concernsSound(line); }),
+            lines.end());
         return counted(lines);
     }
     std::string logged() const { return joined(log()); }
@@ -323,10 +323,8 @@ TEST_CASE("Windows Mobile 6 plays every kind of file itself")
         mediaPlayer = &player;
         playNow(widen(name).c_str());
         const std::string path = std::string("\\windows\\") + name;
-        CHECK(phone.sounds() ==
-              "play SndPlaySync " + path + " 0xFFFFFFFF\n" + "played SndPlaySync " + path + "\n");
-        CHECK(phone.logged() ==
-              "playSoundThread: 0x1, " + path + "\nWM 6.0 SndPlaySync\nplaySoundFile: End\n");
+        CHECK(phone.sounds() == "play SndPlaySync " + path + " 0xFFFFFFFF\n" + "played SndPlaySync " + path + "\n");
+        CHECK(phone.logged() == "playSoundThread: 0x1, " + path + "\nWM 6.0 SndPlaySync\nplaySoundFile: End\n");
         CHECK(calls.empty());
         CHECK(!previewName[0]);
     }
@@ -389,8 +387,8 @@ TEST_CASE("a player at rest gets the file, without loop, and is listened to unti
         FakePlayer player({rest, 3, 6, 3, 1});
         playWith(player, L"song.mp3");
         const std::string state = std::to_string(rest);
-        CHECK(joined(calls) == "state " + state +
-                                   "\nloop off\nurl \\windows\\song.mp3\nstate 3\nstate 6\nstate 3\nstate 1\n");
+        CHECK(joined(calls) ==
+              "state " + state + "\nloop off\nurl \\windows\\song.mp3\nstate 3\nstate 6\nstate 3\nstate 1\n");
         CHECK(phone.sounds() == "sleep 500 (4)\n");
         CHECK(phone.logged().find("playSoundThread: 0x1, \\windows\\song.mp3\nPlayer State: " + state + "\n") == 0);
         CHECK(phone.logged().find("still") == std::string::npos);
@@ -472,7 +470,8 @@ TEST_CASE("the player's states are logged with basic logging, what is done about
     };
     constexpr Row rows[] = {
         {0, ""},
-        {1, "Player State: 3\nPlayer playing or paused - stop it\nPlayer State now: 1\nMedia player still playing...\n"},
+        {1,
+         "Player State: 3\nPlayer playing or paused - stop it\nPlayer State now: 1\nMedia player still playing...\n"},
         {2, "Player playing or paused - stop it\nMedia player still playing...\n"},
         {4, "playSoundThread: 0x1, \\windows\\song.mp3\nPlayer playing or paused - stop it\n"
             "Media player still playing...\n"},
@@ -646,9 +645,8 @@ TEST_CASE("a volume that cannot be read is none to be put back")
     SoundPhone phone;
     SimOrderFault(L"sound", 0, L"volume:get", FALSE);
     playNow(L"\\Windows\\ring1.wav", 0x80008000);
-    CHECK(phone.sounds() ==
-          "volume 0x80008000\naudio-update\nplay SndPlaySync \\Windows\\ring1.wav 0x80008000\n"
-          "played SndPlaySync \\Windows\\ring1.wav\naudio-update\n");
+    CHECK(phone.sounds() == "volume 0x80008000\naudio-update\nplay SndPlaySync \\Windows\\ring1.wav 0x80008000\n"
+                            "played SndPlaySync \\Windows\\ring1.wav\naudio-update\n");
 }
 
 // ---- Power ------------------------------------------------------------------------------------------------------------

@@ -58,7 +58,8 @@ struct SNDDIRECTORYINFO {
 };
 
 // The folders with sounds for an event, as one array that the caller releases with LocalFree.
-PHONE_API HRESULT SndGetSoundDirectoriesList(SND_EVENT event, DWORD locations, SNDDIRECTORYINFO **directories, int *count);
+PHONE_API HRESULT SndGetSoundDirectoriesList(SND_EVENT event, DWORD locations, SNDDIRECTORYINFO **directories,
+                                             int *count);
 
 // From Windows Mobile 6 on: looked up at run time, never imported. Plays any kind of sound file to its end.
 PHONE_API HRESULT SndPlaySync(const wchar_t *path, DWORD flags);

@@ -61,7 +61,8 @@ extern "C" LONG_PTR WINAPI phoneGetWindowLong(HWND window, int index) __asm__("G
 #endif
 
 #ifdef _WIN64
-// The phone's record of a found file lacks the desktop's reserved pair and short name. (The device build's <windows.h> has it.)
+// The phone's record of a found file lacks the desktop's reserved pair and short name. (The device build has it from its
+// <windows.h>.)
 struct PhoneFoundFile {
     DWORD dwFileAttributes;
     FILETIME ftCreationTime;

@@ -29,8 +29,8 @@ ANSWERS = {
     "DeleteObject": 1, "DestroyIcon": 1, "DispatchMessageW": 0, "DrawTextW": 12, "EndPaint": 1,
     "GetForegroundWindow": DESKTOP,
     "GetModuleHandleW": 0x10000, "GetMessageW": 0, "GetScrollInfo": 1, "GetStockObject": 0x205,
-    "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "LoadCursorW": 0x209, "LoadIconW": 0x206, "LoadImageW": 0x207,
-    "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0, "SelectObject": 0x208, "SetBkMode": 1,
+    "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "LoadCursorW": 0x209, "LoadIconW": 0x206,
+    "LoadImageW": 0x207, "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0, "SelectObject": 0x208, "SetBkMode": 1,
     "SetCursor": 0,
     "SetForegroundWindow": 1, "SetTextColor": 0, "SetWindowPos": 1, "ShowWindow": 1, "TranslateMessage": 0,
 }

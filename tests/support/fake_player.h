@@ -10,7 +10,10 @@
 #include "test_phone.h"
 
 #define NOT_USED(signature)                                                                                            \
-    HRESULT WINAPI signature override { return E_NOTIMPL; }
+    HRESULT WINAPI signature override                                                                                  \
+    {                                                                                                                  \
+        return E_NOTIMPL;                                                                                              \
+    }
 
 template <typename Interface> struct FakeObject : Interface {
     HRESULT WINAPI QueryInterface(const IID &, void **) override { return E_NOINTERFACE; }
