@@ -325,7 +325,6 @@ TEST_CASE("a phone without a player makes none")
 TEST_CASE("a preview thread plays through the player, in its apartment, while the dialog goes on")
 {
     SoundPhone phone("wm5");
-    phone.set(L"sounds", L"duration", L"60000");   // 60 ms here
     Player player;
     mediaPlayer = player.object;
     playSoundFile(song, currentVolume);
