@@ -328,7 +328,6 @@ TEST_CASE("a preview thread plays through the player, in its apartment, while th
     Player player;
     mediaPlayer = player.object;
     playSoundFile(song, currentVolume);
-    CHECK(std::wstring(previewName) == song);   // back at once
     CHECK(waitFor([&] { return !previewName[0] && phone.journal("com").size() == 4; }));
     mediaPlayer = nullptr;
     CHECK(phone.lines({"com", "player"}) == "com initialize\ncom create {6BF52A52-394A-11D3-B153-00C04F79FAA6} 0x0\n"
