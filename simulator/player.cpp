@@ -205,8 +205,8 @@ private:
     SRWLOCK lock_ = SRWLOCK_INIT;   // of what follows
     std::wstring url_;
     WMPPlayState state_ = wmppsUndefined;
-    ULONGLONG end_ = 0;        // when what it plays is over, by the desktop's clock
-    size_t readings_ = 0;      // of a state that is scripted
+    ULONGLONG end_ = 0;     // when what it plays is over, by the desktop's clock
+    size_t readings_ = 0;   // of a state that is scripted
     bool loops_ = false, hasPlayed_ = false;
 };
 

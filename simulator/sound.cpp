@@ -112,8 +112,8 @@ void applyVolume(std::string &bytes, const Wave &wave, DWORD volume)
 bool hostPlay(const char *wave, DWORD flags)
 {
     using Function = BOOL(WINAPI *)(LPCWSTR, HMODULE, DWORD);
-    static const auto play = reinterpret_cast<Function>(
-        reinterpret_cast<void *>(GetProcAddress(LoadLibraryW(L"winmm.dll"), "PlaySoundW")));
+    static const auto play =
+        reinterpret_cast<Function>(reinterpret_cast<void *>(GetProcAddress(LoadLibraryW(L"winmm.dll"), "PlaySoundW")));
     return play && play(reinterpret_cast<LPCWSTR>(wave), nullptr, wave ? flags : 0);
 }
 

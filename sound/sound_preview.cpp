@@ -322,8 +322,8 @@ bool isPlayerInFront()
     return wcsstr(className, L"WMP for ") != nullptr;
 }
 
-// Whatever program comes up, the dialog stays in front. Always takes 20 seconds: the wait could only end early, and the player
-// only be listened to, if there were a player, and a phone that has one does not play through the shell.
+// Whatever program comes up, the dialog stays in front. Always takes 20 seconds: the wait could only end early, and the
+// player only be listened to, if there were a player, and a phone that has one does not play through the shell.
 void playWithShell(IWMPPlayer *player, const wchar_t *path)
 {
     openWithShell(path);

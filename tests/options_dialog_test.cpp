@@ -13,6 +13,7 @@
 #include "doctest.h"
 #include "environment.h"
 #include "extra_settings.h"
+#include "fake_player.h"
 #include "intercept.h"
 #include "main.h"
 #include "page_window.h"
@@ -946,9 +947,8 @@ TEST_CASE("after an import the engine is told of it, whatever else has changed")
 namespace {
 
 // Stands in for the media player: it only knows when it is let go.
-struct TracingPlayer : IWMPPlayer {
-    HRESULT WINAPI QueryInterface(const IID &, void **) override { return E_NOINTERFACE; }
-    ULONG WINAPI AddRef() override { return 1; }
+struct TracingPlayer : FakePlayer {
+    TracingPlayer() : FakePlayer({0}) {}
     ULONG WINAPI Release() override
     {
         // Held while the fonts went, let go before this.

@@ -7,7 +7,7 @@
 #include "control.h"
 #include "doctest.h"
 #include "environment.h"
-#include "mediaplayer.h"
+#include "fake_player.h"
 #include "page_window.h"
 #include "registry.h"
 #include "shell_values.h"
@@ -107,9 +107,9 @@ struct SoundPhone : TestPhone {
     std::string sounds() const
     {
         Lines lines = journal();
-        lines.erase(std::remove_if(lines.begin(), lines.end(),
-                                   [](const std::string &line) { return !concernsSound(line); }),
-                    lines.end());
+        lines.erase(
+            std::remove_if(lines.begin(), lines.end(), [](const std::string &line) { return !concernsSound(line); }),
+            lines.end());
         return counted(lines);
     }
     std::string logged() const { return joined(log()); }
@@ -127,113 +127,7 @@ void playNow(const wchar_t *name, DWORD volume = currentVolume)
 
 // ---- A player ---------------------------------------------------------------------------------------------------------
 
-#define NOT_USED(signature)                                                                                            \
-    HRESULT WINAPI signature override { return E_NOTIMPL; }
-
-template <typename Interface> struct FakeObject : Interface {
-    HRESULT WINAPI QueryInterface(const IID &, void **) override { return E_NOINTERFACE; }
-    ULONG WINAPI AddRef() override { return ++references; }
-    ULONG WINAPI Release() override { return --references; }
-    NOT_USED(GetTypeInfoCount(UINT *))
-    NOT_USED(GetTypeInfo(UINT, LCID, void **))
-    NOT_USED(GetIDsOfNames(const IID &, wchar_t **, UINT, LCID, LONG *))
-    NOT_USED(Invoke(LONG, const IID &, LCID, WORD, void *, void *, void *, UINT *))
-
-    volatile ULONG references = 0;
-};
-
-Lines calls;   // what the player is asked for, in order
-
-struct FakeControls : FakeObject<IWMPControls> {
-    NOT_USED(get_isAvailable(BSTR, VARIANT_BOOL *))
-    HRESULT WINAPI play() override
-    {
-        calls.push_back("play");
-        return S_OK;
-    }
-    HRESULT WINAPI stop() override
-    {
-        calls.push_back("stop");
-        return S_OK;
-    }
-};
-
-struct FakeSettings : FakeObject<IWMPSettings> {
-    NOT_USED(get_isAvailable(BSTR, VARIANT_BOOL *))
-    NOT_USED(get_autoStart(VARIANT_BOOL *))
-    NOT_USED(put_autoStart(VARIANT_BOOL))
-    NOT_USED(get_baseURL(BSTR *))
-    NOT_USED(put_baseURL(BSTR))
-    NOT_USED(get_defaultFrame(BSTR *))
-    NOT_USED(put_defaultFrame(BSTR))
-    NOT_USED(get_invokeURLs(VARIANT_BOOL *))
-    NOT_USED(put_invokeURLs(VARIANT_BOOL))
-    NOT_USED(get_mute(VARIANT_BOOL *))
-    NOT_USED(put_mute(VARIANT_BOOL))
-    NOT_USED(get_playCount(LONG *))
-    NOT_USED(put_playCount(LONG))
-    NOT_USED(get_rate(double *))
-    NOT_USED(put_rate(double))
-    NOT_USED(get_balance(LONG *))
-    NOT_USED(put_balance(LONG))
-    NOT_USED(get_volume(LONG *))
-    NOT_USED(put_volume(LONG))
-    NOT_USED(getMode(BSTR, VARIANT_BOOL *))
-    HRESULT WINAPI setMode(BSTR mode, VARIANT_BOOL on) override
-    {
-        calls.push_back(narrow(mode) + (on ? " on" : " off"));
-        return S_OK;
-    }
-};
-
-// Answers the states it is given, one reading after the other, the last one from then on.
-struct FakePlayer : FakeObject<IWMPPlayer> {
-    explicit FakePlayer(std::vector<int> states) : states(std::move(states))
-    {
-        references = 1;
-        calls.clear();
-    }
-
-    NOT_USED(close())
-    NOT_USED(get_URL(BSTR *))
-    NOT_USED(get_openState(int *))
-    HRESULT WINAPI put_URL(BSTR address) override
-    {
-        calls.push_back("url " + narrow(address));
-        if (dialogCloses) {
-            mediaPlayer->Release();
-            mediaPlayer = nullptr;
-        }
-        return S_OK;
-    }
-    HRESULT WINAPI get_playState(WMPPlayState *state) override
-    {
-        if (fails)
-            return E_FAIL;
-        const int current = states[std::min(readings++, states.size() - 1)];
-        calls.push_back("state " + std::to_string(current));
-        *state = static_cast<WMPPlayState>(current);
-        return S_OK;
-    }
-    HRESULT WINAPI get_controls(IWMPControls **result) override { return handOut(controls, result); }
-    HRESULT WINAPI get_settings(IWMPSettings **result) override { return handOut(settings, result); }
-
-    template <typename Object, typename Interface> HRESULT handOut(Object &object, Interface **result)
-    {
-        if (fails)
-            return E_FAIL;
-        object.AddRef();
-        *result = &object;
-        return S_OK;
-    }
-
-    FakeControls controls;
-    FakeSettings settings;
-    std::vector<int> states;
-    size_t readings = 0;
-    bool fails = false;          // every call that can
-    bool dialogCloses = false;   // as soon as the player has its address
-};
+Lines &calls = playerCalls;
 
 // Waits until no thread has a preview any more. Each holds its player until it has written its last line; nobody looks into
 // the log before, for it is not shared.
@@ -429,10 +323,8 @@ TEST_CASE("Windows Mobile 6 plays every kind of file itself")
         mediaPlayer = &player;
         playNow(widen(name).c_str());
         const std::string path = std::string("\\windows\\") + name;
-        CHECK(phone.sounds() ==
-              "play SndPlaySync " + path + " 0xFFFFFFFF\n" + "played SndPlaySync " + path + "\n");
-        CHECK(phone.logged() ==
-              "playSoundThread: 0x1, " + path + "\nWM 6.0 SndPlaySync\nplaySoundFile: End\n");
+        CHECK(phone.sounds() == "play SndPlaySync " + path + " 0xFFFFFFFF\n" + "played SndPlaySync " + path + "\n");
+        CHECK(phone.logged() == "playSoundThread: 0x1, " + path + "\nWM 6.0 SndPlaySync\nplaySoundFile: End\n");
         CHECK(calls.empty());
         CHECK(!previewName[0]);
     }
@@ -495,8 +387,8 @@ TEST_CASE("a player at rest gets the file, without loop, and is listened to unti
         FakePlayer player({rest, 3, 6, 3, 1});
         playWith(player, L"song.mp3");
         const std::string state = std::to_string(rest);
-        CHECK(joined(calls) == "state " + state +
-                                   "\nloop off\nurl \\windows\\song.mp3\nstate 3\nstate 6\nstate 3\nstate 1\n");
+        CHECK(joined(calls) ==
+              "state " + state + "\nloop off\nurl \\windows\\song.mp3\nstate 3\nstate 6\nstate 3\nstate 1\n");
         CHECK(phone.sounds() == "sleep 500 (4)\n");
         CHECK(phone.logged().find("playSoundThread: 0x1, \\windows\\song.mp3\nPlayer State: " + state + "\n") == 0);
         CHECK(phone.logged().find("still") == std::string::npos);
@@ -578,7 +470,8 @@ TEST_CASE("the player's states are logged with basic logging, what is done about
     };
     constexpr Row rows[] = {
         {0, ""},
-        {1, "Player State: 3\nPlayer playing or paused - stop it\nPlayer State now: 1\nMedia player still playing...\n"},
+        {1,
+         "Player State: 3\nPlayer playing or paused - stop it\nPlayer State now: 1\nMedia player still playing...\n"},
         {2, "Player playing or paused - stop it\nMedia player still playing...\n"},
         {4, "playSoundThread: 0x1, \\windows\\song.mp3\nPlayer playing or paused - stop it\n"
             "Media player still playing...\n"},
@@ -752,9 +645,8 @@ TEST_CASE("a volume that cannot be read is none to be put back")
     SoundPhone phone;
     SimOrderFault(L"sound", 0, L"volume:get", FALSE);
     playNow(L"\\Windows\\ring1.wav", 0x80008000);
-    CHECK(phone.sounds() ==
-          "volume 0x80008000\naudio-update\nplay SndPlaySync \\Windows\\ring1.wav 0x80008000\n"
-          "played SndPlaySync \\Windows\\ring1.wav\naudio-update\n");
+    CHECK(phone.sounds() == "volume 0x80008000\naudio-update\nplay SndPlaySync \\Windows\\ring1.wav 0x80008000\n"
+                            "played SndPlaySync \\Windows\\ring1.wav\naudio-update\n");
 }
 
 // ---- Power ------------------------------------------------------------------------------------------------------------

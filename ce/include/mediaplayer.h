@@ -24,9 +24,10 @@ PHONE_API HRESULT WINAPI CoCreateInstance(const CLSID &classId, IUnknown *outer,
 struct IDispatch : IUnknown {
     virtual HRESULT WINAPI GetTypeInfoCount(UINT *count) = 0;
     virtual HRESULT WINAPI GetTypeInfo(UINT index, LCID locale, void **info) = 0;
-    virtual HRESULT WINAPI GetIDsOfNames(const IID &reserved, wchar_t **names, UINT count, LCID locale, LONG *numbers) = 0;
-    virtual HRESULT WINAPI Invoke(LONG number, const IID &reserved, LCID locale, WORD flags, void *arguments, void *result,
-                                  void *exception, UINT *badArgument) = 0;
+    virtual HRESULT WINAPI GetIDsOfNames(const IID &reserved, wchar_t **names, UINT count, LCID locale,
+                                         LONG *numbers) = 0;
+    virtual HRESULT WINAPI Invoke(LONG number, const IID &reserved, LCID locale, WORD flags, void *arguments,
+                                  void *result, void *exception, UINT *badArgument) = 0;
 };
 #endif
 
