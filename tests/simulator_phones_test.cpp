@@ -6,6 +6,7 @@
 #include "control.h"
 #include "doctest.h"
 #include "host.h"
+#include "notify.h"
 #include "phone_folder.h"
 #include "processes.h"
 
@@ -220,6 +221,27 @@ std::string iniText(const TestPhone &phone, const char *section, const char *key
 }
 
 }   // namespace
+
+TEST_CASE("user notifications are counted, and listed as far as there is room")
+{
+    TestPhone phone;
+    DWORD needed = 99;
+    CHECK_FALSE(CeGetUserNotificationHandles(nullptr, 0, &needed));
+    CHECK(GetLastError() == ERROR_INSUFFICIENT_BUFFER);
+    CHECK(needed == 2);
+    HANDLE handles[3] = {};
+    CHECK_FALSE(CeGetUserNotificationHandles(handles, 1, &needed));
+    CHECK(handles[0] != nullptr);
+    CHECK(handles[1] == nullptr);
+    CHECK(CeGetUserNotificationHandles(handles, 3, &needed));
+    CHECK(handles[1] != nullptr);
+    CHECK(handles[1] != handles[0]);
+    CHECK(handles[2] == nullptr);
+    phone.set(L"notifications", L"pending", L"0");
+    CHECK(CeGetUserNotificationHandles(nullptr, 0, &needed));
+    CHECK(needed == 0);
+    CHECK(CeGetUserNotificationHandles(nullptr, 0, nullptr));
+}
 
 TEST_CASE("every phone answers for itself: version, maker, platform, screen, resolution, region")
 {

@@ -251,6 +251,10 @@ class Phone(Services):
         self.machine.write_wide(buffer, text[:capacity - 1])
         return min(len(text), capacity - 1)
 
+    def SetDlgItemTextW(self, dialog, identifier, text: Wide):
+        self.windows[self.GetDlgItem(dialog, identifier)].text = text
+        return 1
+
     # ---- Resources -------------------------------------------------------------------------------------------------------
 
     def _identifier(self, value):
