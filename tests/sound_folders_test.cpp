@@ -235,7 +235,7 @@ struct InventedFolder {
         invented = std::move(names);
         nextInvented = 0;
     }
-    static BOOL handOut(PhoneFoundFile *found)
+    static BOOL handOut(WIN32_FIND_DATAW *found)
     {
         if (nextInvented == invented.size())
             return FALSE;
@@ -243,11 +243,11 @@ struct InventedFolder {
         wcscpy(found->cFileName, invented[nextInvented++].c_str());
         return TRUE;
     }
-    Intercept<__imp_FindFirstFileW> first{[](const wchar_t *, PhoneFoundFile *found) -> HANDLE {
+    Intercept<__imp_FindFirstFileW> first{[](const wchar_t *, WIN32_FIND_DATAW *found) -> HANDLE {
         handOut(found);
         return reinterpret_cast<HANDLE>(4);
     }};
-    Intercept<__imp_FindNextFileW> next{[](HANDLE, PhoneFoundFile *found) -> BOOL { return handOut(found); }};
+    Intercept<__imp_FindNextFileW> next{[](HANDLE, WIN32_FIND_DATAW *found) -> BOOL { return handOut(found); }};
 };
 
 std::wstring inventedName(size_t number, size_t length)

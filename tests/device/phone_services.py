@@ -892,16 +892,6 @@ class Services(Databases, Objects):
 
     # ---- COM -------------------------------------------------------------------------------------------------------------
 
-    def CoInitializeEx(self, reserved, concurrency):
-        return 0
-
-    def CoUninitialize(self):
-        return 0
-
-    def CoCreateInstance(self, class_id, outer, context, interface_id, result):
-        self.machine.write_words(result, 0)
-        return 0x80040154   # not registered: no objects here
-
     def SysAllocString(self, text: Wide):
         block = self.malloc(4 + len(text) * 2 + 2)
         if not block:

@@ -26,24 +26,14 @@ SYSTEM_CLASSES = ("static", "combobox")
 # Functions of which only the answer matters here.
 ANSWERS = {
     "BeginPaint": 0x201, "CreateFontIndirectW": 0x202, "CreatePen": 0x203, "CreateSolidBrush": 0x204,
-    "DeleteObject": 1, "DestroyIcon": 1, "DispatchMessageW": 0, "DrawTextW": 12, "EndPaint": 1,
-    "GetForegroundWindow": DESKTOP,
-    "GetModuleHandleW": 0x10000, "GetMessageW": 0, "GetScrollInfo": 1, "GetStockObject": 0x205,
-    "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "LoadCursorW": 0x209, "LoadIconW": 0x206,
-    "LoadImageW": 0x207, "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0, "SelectObject": 0x208, "SetBkMode": 1,
-    "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "LoadCursorW": 0x209, "LoadIconW": 0x206, "LoadImageW": 0x207,
-    "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0, "SelectObject": 0x208, "SetBkMode": 1,
-    "DrawFocusRect": 1, "GetDlgCtrlID": 0, "GetFocus": 0, "GetParent": 0, "InvalidateRect": 1, "SetFocus": 0,
-    "SetCursor": 0, "SetFocus": 0,
-    "DrawFocusRect": 1, "GetDlgCtrlID": 0, "GetFocus": 0, "GetParent": 0, "InvalidateRect": 1, "SetDlgItemTextW": 1, "SetFocus": 0, "UpdateWindow": 1,
-    "SetCursor": 0,
-    "DeleteObject": 1, "DestroyIcon": 1, "DispatchMessageW": 0, "DrawTextW": 12, "EndPaint": 1, "FillRect": 1,
-    "GetModuleHandleW": 0x10000, "GetProcAddressW": 0, "GetMessageW": 0, "GetScrollInfo": 1, "GetStockObject": 0x205,
-    "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "LoadIconW": 0x206, "LoadImageW": 0x207,
-    "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0, "SelectObject": 0x208, "SetBkMode": 1, "SetBkColor": 0,
-    "SetFocus": 0, "InvalidateRect": 1, "DrawFocusRect": 1, "ShellExecuteEx": 0,
-    "SetCursor": 0, "SetFocus": 0,
-    "SetForegroundWindow": 1, "SetTextColor": 0, "SetWindowPos": 1, "ShowWindow": 1, "TranslateMessage": 0,
+    "DeleteObject": 1, "DestroyIcon": 1, "DispatchMessageW": 0, "DrawFocusRect": 1, "DrawTextW": 12, "EndPaint": 1,
+    "FillRect": 1, "GetDlgCtrlID": 0, "GetFocus": 0, "GetForegroundWindow": DESKTOP, "GetMessageW": 0,
+    "GetModuleHandleW": 0x10000, "GetParent": 0, "GetProcAddressW": 0, "GetScrollInfo": 1, "GetStockObject": 0x205,
+    "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "InvalidateRect": 1, "LoadCursorW": 0x209,
+    "LoadIconW": 0x206, "LoadImageW": 0x207, "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0,
+    "SelectObject": 0x208, "SetBkColor": 0, "SetBkMode": 1, "SetCursor": 0, "SetDlgItemTextW": 1, "SetFocus": 0,
+    "SetForegroundWindow": 1, "SetTextColor": 0, "SetWindowPos": 1, "ShellExecuteEx": 0, "ShowWindow": 1,
+    "TranslateMessage": 0, "UpdateWindow": 1,
 }
 
 
