@@ -131,8 +131,6 @@ const std::vector<Template> &templates()
         {154, AdvancedPageProc, everyScreen, 89, listPageControls},
         {154, ProfilesPageProc, everyScreen, 90, listPageControls},
         {122, AddonPageProc, everyScreen, 260, {{1140, "icon"}}},
-        {120, AboutPageProc, portraitOnly, 5, {{1140, "icon"}}},
-        {194, AboutPageProc, landscapeOnly, 5, {{1140, "icon"}}},
         {157,
          ProfileCopyProc,
          everyScreen,
@@ -184,10 +182,10 @@ const std::vector<Template> &templates()
          5,
          {{1155, "mute icon"},
           {1156, "label"},
-          {1157, "key icon"},
-          {1098, "key icon"},
+          {1157, "tapped icon"},
+          {1098, "tapped icon"},
           {1158, "label"},
-          {1193, "key icon"},
+          {1193, "tapped icon"},
           {1159, "label"},
           {1140, "icon"}}},
         {194,
@@ -196,10 +194,10 @@ const std::vector<Template> &templates()
          5,
          {{1155, "mute icon"},
           {1156, "label"},
-          {1157, "key icon"},
-          {1098, "key icon"},
+          {1157, "tapped icon"},
+          {1098, "tapped icon"},
           {1158, "label"},
-          {1193, "key icon"},
+          {1193, "tapped icon"},
           {1159, "label"},
           {1140, "icon"}}},
         {130,
@@ -316,7 +314,6 @@ std::string kindOfStatic(LONG_PTR style)
     switch (style & SS_TYPEMASK) {
     case SS_ICON:
         return operatedByKeys ? "tapped icon" : style & SS_NOTIFY ? "icon" : "mute icon";
-        return !(style & SS_NOTIFY) ? "mute icon" : style & WS_TABSTOP ? "key icon" : "icon";
     case SS_LEFT:
     case SS_CENTER:
     case SS_RIGHT:
