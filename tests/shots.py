@@ -61,6 +61,7 @@ VIEWS = [
     View("option-file-panel", 5, control=1098, panel=True),
     View("logging", 5, control=1193),
     View("display-panel", 0, panel=True),
+    View("edit-profiles", 3, control=1280),
     View("schedule-time", 3, control=1268, presses=(1300, 1301, 1304)),
     View("schedule-event", 3, control=1268, presses=(1339,)),
     View("profiles-sound", 3, line=6),
@@ -71,6 +72,7 @@ VIEWS = [
     View("profiles-switch", 3, line=24),
     View("profiles-sim-code", 3, line=43),
     View("profiles-program", 3, line=44),
+    View("find-file", 3, line=44, control=1325),
     View("profiles-panel", 3, line=9, panel=True),
 ]
 
