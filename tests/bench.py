@@ -4,6 +4,7 @@
 The subjects take turns, so that whatever else the machine does meets all of them alike; each figure is a median over the
 rounds. Compare the ratios: the figures themselves are those of this machine.
 """
+import contextlib
 import re
 import statistics
 import subprocess
@@ -19,6 +20,8 @@ WARM_UP_ROUNDS = 1  # the first start reads everything from the disk
 TIME_LIMIT = 60  # seconds, for one run of one subject
 PHONE = "wm6"
 WINE_PROGRAMS = Path("/usr/lib/x86_64-linux-gnu/wine/x86_64-windows")
+PROFILES_PAGE = 3  # of the sheet, from 0
+SOUND_FILES = (20, 5000)  # on the storage card; the second is beyond what the catalogue takes
 STRIP = "x86_64-w64-mingw32-strip"
 
 
@@ -114,6 +117,35 @@ def measure_all(folder: Path):
     return medians
 
 
+def with_sounds(phone: PhoneCopy, count: int):
+    """The phone with that many sound files on its storage card."""
+    card = phone.folder / "root" / "Storage Card"
+    for number in range(count):
+        (card / f"tone {number:04}.wav").touch()
+    return phone
+
+
+def measure_profiles_page(folder: Path):
+    """{number of sound files on the card: milliseconds to show the Profiles page for the first time}, medians."""
+    runs = {count: [] for count in SOUND_FILES}
+    with contextlib.ExitStack() as stack:
+        phones = {count: with_sounds(stack.enter_context(PhoneCopy(TREE / "phones" / PHONE, folder, f"bench-{count}")), count)
+                  for count in SOUND_FILES}
+        for number in range(WARM_UP_ROUNDS + ROUNDS):
+            for count, phone in phones.items():
+                figure = run(SETTINGS, phone)[f"visit{PROFILES_PAGE}"]
+                if number >= WARM_UP_ROUNDS:
+                    runs[count].append(figure)
+    return {count: statistics.median(taken) for count, taken in runs.items()}
+
+
+def print_profiles_page(medians):
+    few, many = (f"{figure:.1f} ms" for figure in medians.values())
+    names = [f"{count} sounds" for count in medians]
+    ratio = medians[SOUND_FILES[1]] / medians[SOUND_FILES[0]]
+    print(f"{'Profiles page, ' + names[1]:26}{many:>10}  {names[0]:<14}{few:>12}  {ratio:>6.2f}")
+
+
 def print_table(medians):
     print(f"{'':22}{SETTINGS.name:>14}  {'compared with':<28}{'ratio':>6}  goal")
     for row in ROWS:
@@ -125,6 +157,7 @@ def print_table(medians):
 def main():
     with tempfile.TemporaryDirectory(prefix="bench-", dir=TREE / "build") as folder:
         print_table(measure_all(Path(folder)))
+        print_profiles_page(measure_profiles_page(Path(folder)))
     print(f"\nMedians of {ROUNDS} rounds. Commit: private dirty pages and swapped ones.")
 
 

@@ -8,6 +8,7 @@
 //   visible    ms from the start of the process; after this line it waits for one on its standard input, so that the
 //              caller can look at the process too
 //   visit      ms to show a page for the first time, median over the pages     (property sheets only)
+//   visitN     ms to show page N (from 1; page 0 is there already) for the first time
 //   revisit    ms to show a page again, median over the pages                  (property sheets only)
 //
 // Ends with 0 when the program showed its window and ended when asked to.
@@ -123,6 +124,8 @@ void measurePages(HWND sheet)
         revisits.push_back(timeOfPage(sheet, page));
     if (visits.empty())
         return;
+    for (size_t index = 0; index < visits.size(); ++index)
+        printf("visit%u %.3f\n", static_cast<unsigned>(index + 1), visits[index]);
     printf("visit %.3f\nrevisit %.3f\n", median(visits), median(revisits));
 }
 
