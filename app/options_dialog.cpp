@@ -8,6 +8,7 @@
 #include "display_page.h"
 #include "engine.h"
 #include "environment.h"
+#include "extra_settings.h"
 #include "help.h"
 #include "language.h"
 #include "log.h"
@@ -107,12 +108,13 @@ void createMediaPlayer()
         writeLog("** Media Player not supported");
 }
 
-// Every source of settings in its order. The billing record and the advanced option file follow the general record.
+// Every source of settings in its order.
 void loadSettings()
 {
     getAppPath();
     contained(getDeviceType);
     getUserSettings();
+    getExtraSettings();
 }
 
 // The line says the number after the reset, always 0; support knows it that way.
@@ -175,6 +177,7 @@ void beginOptions(HWND dialog)
 void saveSettings()
 {
     saveUserSettings();
+    saveExtraSettings();
 }
 
 void deleteDrawingObjects()
@@ -198,6 +201,7 @@ void endOptions()
     saveSettings();
     deleteDrawingObjects();
     freeUserSettings();
+    freeExtraSettings();
     releaseMediaPlayer();
     CoUninitialize();
     contained(notifyEngine);

@@ -5,7 +5,6 @@
 #include "language.h"
 #include "log.h"
 #include "memory.h"
-#include "registry.h"
 #include "shell_values.h"
 #include "system_tweaks.h"
 #include "version.h"
@@ -26,7 +25,7 @@ constexpr DWORD bytesOf(size_t characters)
 // ---- What reading a value entails ---------------------------------------------------------------------------------
 
 // The alarm text takes fontColor, not alarmColor: so the engine's displays have always looked, and so it stays.
-void deriveColors()
+void deriveColors(const RegistryKey &)
 {
     UserSettings &s = userSettings;
     s.textColor = s.autoColor ? s.fontColor : skinTextColor;
@@ -34,7 +33,7 @@ void deriveColors()
     s.scrollTextColor = s.autoScrollColor ? s.scrollColor : skinScrollColor;
 }
 
-void replaceZeroDelay()
+void replaceZeroDelay(const RegistryKey &)
 {
     if (userSettings.shutdownDelay == 0)
         userSettings.shutdownDelay = defaultShutdownDelay;
@@ -45,6 +44,11 @@ void nameUnnamedProfiles()
 {
     if (!userSettings.profileNames[0][0])
         setDefaultProfileNames();
+}
+
+void nameUnnamedProfilesAfterLoad(const RegistryKey &)
+{
+    nameUnnamedProfiles();
 }
 
 }   // namespace
@@ -63,7 +67,7 @@ void nameUnnamedProfiles()
     VALUE("profile" #number, text, profileNames[number - 1], 80, profileNameCapacity, true, then)
 #define HEAP_TEXT(field, kind, bytes, saved) VALUE(#field, kind, field, bytes, 0, saved, nullptr)
 
-const UserSettingRow userSettingRows[userSettingCount] = {
+const SettingRow userSettingRows[userSettingCount] = {
     FIXED_TEXT(skinName, skinNameCapacity),
     FIXED_TEXT(signalSound, soundNameCapacity),
     FIXED_TEXT(batterySound, soundNameCapacity),
@@ -114,7 +118,7 @@ const UserSettingRow userSettingRows[userSettingCount] = {
     PROFILE_NAME(4, nullptr),
     PROFILE_NAME(5, nullptr),
     PROFILE_NAME(6, nullptr),
-    PROFILE_NAME(7, nameUnnamedProfiles),
+    PROFILE_NAME(7, nameUnnamedProfilesAfterLoad),
     NUMBER(noBacklight),
     NUMBER(autoAnswer),
     NUMBER(callAlarm),
@@ -133,7 +137,7 @@ const UserSettingRow userSettingRows[userSettingCount] = {
     NUMBER(outlookCheck),
     NUMBER(profAsText),
     NUMBER(sysVoiceAlert),
-    HEAP_TEXT(sysPhoneName, heapTextOnce, 200, false),
+    HEAP_TEXT(sysPhoneName, heapTextOnce, 200, false),   // the phone keeps its name while the program runs
     HEAP_TEXT(voicemail2, heapText, 200, true),
 };
 
@@ -141,66 +145,23 @@ namespace {
 
 // ---- Loading ------------------------------------------------------------------------------------------------------
 
-template <typename Field> Field &fieldOf(const UserSettingRow &row)
-{
-    return *reinterpret_cast<Field *>(reinterpret_cast<BYTE *>(&userSettings) + row.offset);
-}
-
-// The longest heap text in characters; values are read here before their copy is made.
-constexpr size_t heapTextCapacity = 1040 / sizeof(wchar_t);
-
 // Accounts are kept only while mail is watched per account; an empty list counts as none.
-void loadAccountList(const RegistryKey &key, const UserSettingRow &row)
+void loadAccountList(const RegistryKey &key, const SettingRow &row)
 {
-    wchar_t *&accounts = fieldOf<wchar_t *>(row);
-    freeText(accounts);
-    wchar_t stored[heapTextCapacity] = L"";
-    if (userSettings.emailAccounts && readText(key, row.name, stored, row.limit) && stored[0])
-        accounts = duplicateText(stored);
+    if (userSettings.emailAccounts)
+        loadOptionalText(key, row, userSettings.emailCustomAccounts);
+    else
+        freeText(userSettings.emailCustomAccounts);
 }
 
-// The phone does not change its name while the program runs.
-void loadHeapTextOnce(const RegistryKey &key, const UserSettingRow &row)
+void loadRow(const RegistryKey &key, const SettingRow &row)
 {
-    wchar_t *&held = fieldOf<wchar_t *>(row);
-    if (held)
-        return;
-    wchar_t stored[heapTextCapacity] = L"";
-    readText(key, row.name, stored, row.limit);
-    held = duplicateText(stored);
-}
-
-void loadHeapText(const RegistryKey &key, const UserSettingRow &row)
-{
-    wchar_t *&held = fieldOf<wchar_t *>(row);
-    wchar_t stored[heapTextCapacity] = L"";
-    readText(key, row.name, stored, row.limit);
-    wchar_t *copy = duplicateText(stored);
-    freeText(held);
-    held = copy;
-}
-
-void loadRow(const RegistryKey &key, const UserSettingRow &row)
-{
-    switch (row.kind) {
-    case SettingKind::number:
-        readNumber(key, row.name, fieldOf<DWORD>(row));
-        break;
-    case SettingKind::text:
-        readTextInto(key, row.name, row.limit, &fieldOf<wchar_t>(row), row.capacity);
-        break;
-    case SettingKind::heapText:
-        loadHeapText(key, row);
-        break;
-    case SettingKind::heapTextOnce:
-        loadHeapTextOnce(key, row);
-        break;
-    case SettingKind::accountList:
+    if (row.kind == SettingKind::accountList)
         loadAccountList(key, row);
-        break;
-    }
+    else
+        loadSettingRow(key, &userSettings, row);
     if (row.afterLoad)
-        row.afterLoad();
+        row.afterLoad(key);
 }
 
 LONG loadUserSettings()
@@ -212,7 +173,7 @@ LONG loadUserSettings()
         nameUnnamedProfiles();
         return status;
     }
-    for (const UserSettingRow &row : userSettingRows)
+    for (const SettingRow &row : userSettingRows)
         loadRow(key, row);
     key.close();
     return applySystemTweaks();
@@ -222,38 +183,21 @@ LONG loadUserSettings()
 
 // With per-account mail switched off the list is deleted as if it were a subkey, so a stored value of that name stays
 // where it is: switching accounts on again brings the old list back. Kept on purpose.
-void saveAccountList(const RegistryKey &key, const UserSettingRow &row)
+void saveAccountList(const RegistryKey &key, const SettingRow &row)
 {
-    const wchar_t *accounts = fieldOf<wchar_t *>(row);
+    const wchar_t *accounts = userSettings.emailCustomAccounts;
     if (!userSettings.emailAccounts)
         RegDeleteKeyW(key.handle(), row.name);
     else if (accounts)
         writeText(key, row.name, accounts);
 }
 
-void saveHeapText(const RegistryKey &key, const UserSettingRow &row)
+void saveRow(const RegistryKey &key, const SettingRow &row)
 {
-    if (const wchar_t *text = fieldOf<wchar_t *>(row))
-        writeText(key, row.name, text);
-}
-
-void saveRow(const RegistryKey &key, const UserSettingRow &row)
-{
-    switch (row.kind) {
-    case SettingKind::number:
-        writeNumber(key, row.name, fieldOf<DWORD>(row));
-        break;
-    case SettingKind::text:
-        writeText(key, row.name, &fieldOf<wchar_t>(row));
-        break;
-    case SettingKind::heapText:
-    case SettingKind::heapTextOnce:
-        saveHeapText(key, row);
-        break;
-    case SettingKind::accountList:
+    if (row.kind == SettingKind::accountList)
         saveAccountList(key, row);
-        break;
-    }
+    else
+        saveSettingRow(key, &userSettings, row);
 }
 
 LONG storeUserSettings()
@@ -261,7 +205,7 @@ LONG storeUserSettings()
     RegistryKey key;
     if (const LONG status = key.create(HKEY_CURRENT_USER, programKey))
         return status;
-    for (const UserSettingRow &row : userSettingRows)
+    for (const SettingRow &row : userSettingRows)
         if (row.saved)
             saveRow(key, row);
     writeText(key, L"Version", programVersion);

@@ -1,7 +1,7 @@
 // The general settings record: the engine's general options, as the registry holds them.
 #pragma once
 
-#include "phone.h"
+#include "record_rows.h"
 
 // Characters of the fixed texts, the terminator included: what their registry values may hold at most.
 constexpr size_t skinNameCapacity = 50;
@@ -97,27 +97,8 @@ struct UserSettings {
 
 extern UserSettings userSettings;
 
-// How one registry value and its field belong together.
-enum class SettingKind {
-    number,         // DWORD field
-    text,           // fixed array of wchar_t
-    heapText,       // wchar_t *, owned by the record; the empty text when there is no value
-    heapTextOnce,   // the same, but read only while none is held
-    accountList,    // emailCustomAccounts: a heap text that comes and goes with emailAccounts
-};
-
-struct UserSettingRow {
-    const wchar_t *name;
-    SettingKind kind;
-    size_t offset;     // of the field in UserSettings
-    DWORD limit;       // bytes read at most, the terminator of a text included
-    size_t capacity;   // characters the field holds; of fixed texts only
-    bool saved;
-    void (*afterLoad)();   // what reading this value entails; may be null
-};
-
 constexpr size_t userSettingCount = 71;
-extern const UserSettingRow userSettingRows[userSettingCount];
+extern const SettingRow userSettingRows[userSettingCount];
 
 // Fills the record and applies the system tweaks. Returns 0; the status of opening the program's key when that fails (then
 // nothing is read but all profiles have names); the status of opening or closing the volume key at the end; or

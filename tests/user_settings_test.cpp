@@ -368,7 +368,7 @@ TEST_CASE("the table has every value the engine knows, in its order, with its li
     REQUIRE(userSettingCount == 71);
     for (size_t index = 0; index < rowCount; ++index) {
         const Row &expected = rows[index];
-        const UserSettingRow &row = userSettingRows[index];
+        const SettingRow &row = userSettingRows[index];
         CAPTURE(narrow(expected.name));
         CHECK(narrow(row.name) == narrow(expected.name));
         CHECK(row.kind == expected.kind);
@@ -384,7 +384,7 @@ TEST_CASE("a fixed text's field holds at least what may be read of it, a profile
     CHECK(sizeof record.signalSound == 200);
     CHECK(sizeof record.batterySound == 200);
     CHECK(sizeof record.profileNames[0] == 522);   // a translation is at most 261 characters with its terminator
-    for (const UserSettingRow &row : userSettingRows)
+    for (const SettingRow &row : userSettingRows)
         if (row.kind == SettingKind::text) {
             CAPTURE(narrow(row.name));
             CHECK(row.capacity == (wcsncmp(row.name, L"profile", 7) == 0 ? 261 : row.limit / sizeof(wchar_t)));
