@@ -4,6 +4,7 @@
 #include <stddef.h>
 
 #include "aygshell.h"
+#include "commdlg.h"
 #include "mediaplayer.h"
 #include "phone.h"
 #include "prsht.h"
@@ -46,6 +47,15 @@ LIES_AT(PROPSHEETHEADERW, nPages, 24);
 LIES_AT(PROPSHEETHEADERW, nStartPage, 28);
 LIES_AT(PROPSHEETHEADERW, ppsp, 32);
 LIES_AT(PROPSHEETHEADERW, pfnCallback, 36);
+
+static_assert(sizeof(OPENFILENAMEW) == 76 && openFileRecordSize == 76);
+LIES_AT(OPENFILENAMEW, lpstrFilter, 12);
+LIES_AT(OPENFILENAMEW, nFilterIndex, 24);
+LIES_AT(OPENFILENAMEW, lpstrFile, 28);
+LIES_AT(OPENFILENAMEW, nMaxFile, 32);
+LIES_AT(OPENFILENAMEW, lpstrTitle, 48);
+LIES_AT(OPENFILENAMEW, Flags, 52);
+LIES_AT(OPENFILENAMEW, lpTemplateName, 72);
 
 static_assert(sizeof(PSHNOTIFY) == 16 && sizeof(NMHDR) == 12 && sizeof(MSG) == 28);
 LIES_AT(PSHNOTIFY, lParam, 12);

@@ -58,6 +58,14 @@ extern "C" LONG_PTR WINAPI phoneSetWindowLong(HWND window, int index, LONG_PTR v
 extern "C" LONG_PTR WINAPI phoneGetWindowLong(HWND window, int index) __asm__("GetWindowLongW");
 #define SetWindowLongPtrW phoneSetWindowLong
 #define GetWindowLongPtrW phoneGetWindowLong
+
+// The simulator fills the phone's record of a folder's entry, which is shorter than the desktop's.
+#include "../layouts.h"
+PHONE_API HANDLE WINAPI phoneFindFirstFile(LPCWSTR pattern, ce::FindDataW *found) __asm__("FindFirstFileW");
+PHONE_API BOOL WINAPI phoneFindNextFile(HANDLE search, ce::FindDataW *found) __asm__("FindNextFileW");
+#define WIN32_FIND_DATAW ce::FindDataW
+#define FindFirstFileW phoneFindFirstFile
+#define FindNextFileW phoneFindNextFile
 #endif
 
 // ---- C runtime (all of it lives in coredll) ----------------------------------------------------------------------

@@ -53,7 +53,7 @@ extern "C" HANDLE FindFirstFileW(LPCWSTR pattern, WIN32_FIND_DATAW *found);
 extern "C" BOOL FindNextFileW(HANDLE search, WIN32_FIND_DATAW *found);
 
 // Other structures with another layout, which nothing needs so far: to use one, give it its phone layout above first.
-#pragma GCC poison OPENFILENAMEW NOTIFYICONDATAW MENUITEMINFOW PROCESSENTRY32W
+#pragma GCC poison NOTIFYICONDATAW MENUITEMINFOW PROCESSENTRY32W
 
 // ---- Constants with another value ------------------------------------------------------------------------------------
 
