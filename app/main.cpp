@@ -1,5 +1,6 @@
 #include "main.h"
 
+#include "dialog.h"
 #include "options_dialog.h"
 #include "resource.h"
 #include "shell_values.h"
@@ -25,9 +26,7 @@ void runOptionsDialog(HWND window)
 {
     RECT client;
     GetClientRect(window, &client);
-    const HRSRC resource = FindResourceW(appInstance, MAKEINTRESOURCEW(IDD_OPTIONS), RT_DIALOG);
-    const auto dialogTemplate = static_cast<const DLGTEMPLATE *>(LockResource(LoadResource(appInstance, resource)));
-    DialogBoxIndirectParamW(appInstance, dialogTemplate, window, OptionsDialogProc, 0);
+    runDialog(IDD_OPTIONS, window, OptionsDialogProc);
 }
 
 int runMessageLoop()

@@ -4,5 +4,10 @@
 
 int showMessage(int textId, UINT style)
 {
-    return MessageBoxW(GetActiveWindow(), getLanguageText(textId, nullptr), L"Kelvane", style);
+    return showMessage(getLanguageText(textId, nullptr), style);
+}
+
+int showMessage(const wchar_t *text, UINT style)
+{
+    return MessageBoxW(GetActiveWindow(), text, L"Kelvane", style);
 }

@@ -1,8 +1,8 @@
-// Message boxes of this program.
+// Message boxes of this program, under its name and in front of the active window.
 #pragma once
 
 #include "phone.h"
 
-// Shows a text (i18n/default_texts.cpp) under the program's name, in front of the active window; style as for MessageBoxW,
-// whose answer it returns.
+// A text by its identifier, or one that is not translated; style and answer as for MessageBoxW.
 int showMessage(int textId, UINT style);
+int showMessage(const wchar_t *text, UINT style);

@@ -1,5 +1,6 @@
 #include "page_chrome.h"
 
+#include "dialog.h"
 #include "help.h"
 #include "language.h"
 #include "resource.h"
@@ -72,12 +73,6 @@ void destroyHelpIcon(HWND page)
     DestroyIcon(reinterpret_cast<HICON>(SendDlgItemMessageW(page, IDC_HELP_ICON, STM_SETICON, 0, 0)));
 }
 
-INT_PTR fillBackground(WPARAM wParam)
-{
-    SetBkMode(reinterpret_cast<HDC>(wParam), TRANSPARENT);
-    return reinterpret_cast<INT_PTR>(backgroundBrush);
-}
-
 }   // namespace
 
 void paintPageHeader(HWND page, HDC dc, const wchar_t *title)
@@ -123,11 +118,6 @@ INT_PTR pageChromeMessage(const PageChrome &chrome, HWND page, UINT message, WPA
     case WM_HELP:
         openHelp(chrome.helpAnchor);
         return TRUE;
-    case WM_CTLCOLORDLG:
-    case WM_CTLCOLORSTATIC:
-    case WM_CTLCOLOREDIT:
-    case WM_CTLCOLORBTN:   // what a phone's check boxes ask
-        return fillBackground(wParam);
     }
-    return FALSE;
+    return dialogGroundMessage(message, wParam);
 }
