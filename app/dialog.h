@@ -1,14 +1,14 @@
-// What the dialogs that open from a page have in common.
+// What the program's dialogs have in common.
 #pragma once
 
 #include "phone.h"
 
-// Runs a dialog of the resources until it ends. Returns what it ended with, -1 when it could not be made.
-INT_PTR runDialog(int templateId, HWND owner, DLGPROC procedure, LPARAM parameter = 0);
+// Runs a modal dialog of the resources; returns what it was ended with, -1 when it cannot be made.
+INT_PTR showDialog(HWND owner, int dialogTemplate, DLGPROC procedure, LPARAM parameter = 0);
 
-// A dialog that fills the screen, with a Done button and the input panel lowered; for WM_INITDIALOG.
-void fillScreen(HWND dialog);
+// Fills the screen with the dialog, with an ok button in the title bar and the input panel lowered. For WM_INITDIALOG.
+void makeFullScreen(HWND dialog);
 
-// Draws a dialog, its texts and buttons on the pages' ground. Returns the dialog procedure's answer; FALSE for every message
-// that does not ask for a colour.
-INT_PTR dialogGroundMessage(UINT message, WPARAM wParam);
+// Answers the requests for the colours of a dialog, its static texts and buttons: the pages' ground, and no ground of
+// their own. FALSE for every other message.
+INT_PTR dialogColours(UINT message, WPARAM wParam);

@@ -26,7 +26,7 @@ void runOptionsDialog(HWND window)
 {
     RECT client;
     GetClientRect(window, &client);
-    runDialog(IDD_OPTIONS, window, OptionsDialogProc);
+    showDialog(window, IDD_OPTIONS, OptionsDialogProc);
 }
 
 int runMessageLoop()

@@ -12,6 +12,7 @@
 #include "help.h"
 #include "language.h"
 #include "log.h"
+#include "option_file.h"
 #include "profiles_page.h"
 #include "registry.h"
 #include "resource.h"
@@ -115,6 +116,7 @@ void loadSettings()
     contained(getDeviceType);
     getUserSettings();
     getExtraSettings();
+    getUserConfigSettings();
 }
 
 // The line says the number after the reset, always 0; support knows it that way.

@@ -119,5 +119,6 @@ INT_PTR pageChromeMessage(const PageChrome &chrome, HWND page, UINT message, WPA
         openHelp(chrome.helpAnchor);
         return TRUE;
     }
-    return dialogGroundMessage(message, wParam);
+    // The edit controls of a page have its ground as well.
+    return dialogColours(message == WM_CTLCOLOREDIT ? WM_CTLCOLORSTATIC : message, wParam);
 }

@@ -27,7 +27,7 @@ constexpr PickRequest folderRequest = {nullptr, pickerFlags, true};
 constexpr int backupText = 463;
 constexpr int restoreText = 464;
 
-using FolderPath = wchar_t[pathCapacity];
+using FolderPath = wchar_t[pickedPathCapacity];
 
 // ---- The folder ---------------------------------------------------------------------------------------------------------
 
@@ -82,7 +82,7 @@ void restore(const wchar_t *folder)
 void begin(HWND dialog, BackupMode mode)
 {
     backupMode = mode;
-    SendDlgItemMessageW(dialog, IDC_BACKUP_PATH, EM_LIMITTEXT, pathCapacity - 1, 0);
+    SendDlgItemMessageW(dialog, IDC_BACKUP_PATH, EM_LIMITTEXT, pickedPathCapacity - 1, 0);
     getLanguageText(mode == restoreFromFolder ? restoreText : backupText, GetDlgItem(dialog, IDOK));
     showStoredFolder(dialog);
 }
@@ -90,7 +90,7 @@ void begin(HWND dialog, BackupMode mode)
 void run(HWND dialog)
 {
     FolderPath folder = L"";
-    GetDlgItemTextW(dialog, IDC_BACKUP_PATH, folder, pathCapacity);
+    GetDlgItemTextW(dialog, IDC_BACKUP_PATH, folder, pickedPathCapacity);
     if (!folder[0]) {
         showMessage(L"No folder defined!", MB_OK | MB_ICONEXCLAMATION);
         return;
@@ -130,10 +130,10 @@ INT_PTR CALLBACK BackupProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lPa
     case WM_COMMAND:
         return runCommand(dialog, wParam);
     }
-    return dialogGroundMessage(message, wParam);
+    return dialogColours(message, wParam);
 }
 
 void showBackup(HWND owner, BackupMode mode)
 {
-    runDialog(IDD_BACKUP, owner, BackupProc, mode);
+    showDialog(owner, IDD_BACKUP, BackupProc, mode);
 }

@@ -2,6 +2,7 @@
 
 #include "environment.h"
 #include "exchange_file.h"
+#include "folder_entries.h"
 #include "text.h"
 
 namespace {
@@ -44,34 +45,14 @@ bool isSnapshot(const WIN32_FIND_DATAW &entry)
     return wcsstr(name, snapshotMark) != nullptr;
 }
 
-// An open search, closed at the end of its scope.
-class Search {
-public:
-    Search(const wchar_t *pattern, WIN32_FIND_DATAW &entry) : search(FindFirstFileW(pattern, &entry)) {}
-    Search(const Search &) = delete;
-    Search &operator=(const Search &) = delete;
-    ~Search()
-    {
-        if (search != INVALID_HANDLE_VALUE)
-            FindClose(search);
-    }
-
-    bool found() const { return search != INVALID_HANDLE_VALUE; }
-    bool next(WIN32_FIND_DATAW &entry) const { return FindNextFileW(search, &entry); }
-
-private:
-    HANDLE search;
-};
-
 void copySnapshots(const wchar_t *fromFolder, const wchar_t *toFolder)
 {
     FilePath pattern;
     buildPath(pattern, fromFolder, L"*");
-    WIN32_FIND_DATAW entry;
-    const Search search(pattern, entry);
-    for (bool more = search.found(); more; more = search.next(entry))
-        if (isSnapshot(entry))
-            copyFile(entry.cFileName, fromFolder, toFolder);
+    FolderEntries entries(pattern);
+    while (const WIN32_FIND_DATAW *entry = entries.next())
+        if (isSnapshot(*entry))
+            copyFile(entry->cFileName, fromFolder, toFolder);
 }
 
 }   // namespace

@@ -82,10 +82,10 @@ INT_PTR CALLBACK ExportImportProc(HWND dialog, UINT message, WPARAM wParam, LPAR
         EndDialog(dialog, 0);
         return TRUE;
     }
-    return dialogGroundMessage(message, wParam);
+    return dialogColours(message, wParam);
 }
 
 void showExportImport(HWND owner, int profile)
 {
-    runDialog(IDD_EXPORT_IMPORT, owner, ExportImportProc, profile);
+    showDialog(owner, IDD_EXPORT_IMPORT, ExportImportProc, profile);
 }

@@ -5,7 +5,7 @@
 #include "phone.h"
 
 // Characters of a picked path, the terminator included.
-constexpr size_t pathCapacity = 260;
+constexpr size_t pickedPathCapacity = 260;
 
 // What is asked of the picker.
 struct PickRequest {
@@ -14,9 +14,12 @@ struct PickRequest {
     bool foldersOnly;        // of the Find File dialog: a folder is wanted
 };
 
-// What the user has picked: a heap text of pathCapacity characters, or null. Freed with freeText, and so cleared, by
+// What the user has picked: a heap text of pickedPathCapacity characters, or null. Freed with freeText, and so cleared, by
 // whoever takes it; pickFile does so.
 extern wchar_t *pickedPath;
+
+// Makes an empty pickedPath unless there is one. Throws OutOfMemory.
+void holdPickedPath();
 
 // Lets the user pick and puts the path into an edit control of the dialog, which is left alone when the user cancels.
 // Returns whether a path was put there. Failures (no memory) are logged.

@@ -1,8 +1,8 @@
 #include "settings_export.h"
 
 #include "exchange_file.h"
-#include "file.h"
 #include "message.h"
+#include "output_file.h"
 #include "registry.h"
 
 namespace {
@@ -17,7 +17,7 @@ constexpr char blankLine[] = "\r\n\r\n";
 
 // The file, written in blocks, and the buffers for what goes into it; too much for a phone's stack.
 struct Export {
-    File file;
+    OutputFile file;
     char pending[4096];
     DWORD used = 0;
     wchar_t name[nameCapacity];

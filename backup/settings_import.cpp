@@ -2,11 +2,11 @@
 
 #include "exchange_file.h"
 #include "extra_settings.h"
-#include "file.h"
 #include "log.h"
 #include "message.h"
 #include "registry.h"
 #include "user_settings.h"
+#include "whole_file.h"
 
 namespace {
 
@@ -183,19 +183,16 @@ void importContent(char *content)
 
 // ---- The file -----------------------------------------------------------------------------------------------------------
 
-bool importFile(File &file)
+bool importFile(WholeFile &file)
 {
-    char *const content = file.readWhole(2);
-    if (!content)
+    if (!file.readContent())
         return false;
-    bool done = true;
     try {
-        importContent(content);
+        importContent(static_cast<char *>(file.content()));
+        return true;
     } catch (...) {
-        done = false;   // what has been imported so far stays
+        return false;   // what has been imported so far stays
     }
-    free(content);
-    return done;
 }
 
 bool userAgrees()
@@ -203,7 +200,7 @@ bool userAgrees()
     return showMessage(questionText, MB_YESNO | MB_ICONEXCLAMATION) == IDYES;
 }
 
-int importFrom(File &file, bool quiet)
+int importFrom(WholeFile &file, bool quiet)
 {
     if (!quiet && !userAgrees())
         return 0;
@@ -225,8 +222,8 @@ int importSettings(int quiet)
     if (!exchangeFilePath(path))
         return 0;
     writeLog("Import registry");
-    File file;
-    if (!file.openToRead(path)) {
+    WholeFile file;
+    if (!file.open(path)) {
         if (!quiet)
             showMessage(missingText, MB_ICONHAND);
         return 0;

@@ -4,6 +4,7 @@
 #include "environment.h"
 #include "text.h"
 #include "user_settings.h"
+#include "whole_file.h"
 
 namespace {
 
@@ -15,9 +16,6 @@ constexpr const wchar_t *languageCodes[] = {L"DE", L"IT", L"FR", L"CZ", L"HB", L
 constexpr size_t entryLimit = 520;
 constexpr size_t longestText = 259;
 
-// No language file comes near this; a larger one could not be held in a phone's memory anyway.
-constexpr DWORD fileSizeLimit = 0x10000000;
-
 // The last text taken from a file.
 wchar_t translation[translationCapacity];
 
@@ -27,33 +25,6 @@ const wchar_t *languageCode(int lang)
     if (lang < 1 || lang > static_cast<int>(countOf(languageCodes)))
         return nullptr;
     return languageCodes[lang - 1];
-}
-
-HANDLE openLanguageFile()
-{
-    const wchar_t *code = languageCode(static_cast<int>(userSettings.lang));
-    if (!appPath || !code)
-        return INVALID_HANDLE_VALUE;
-    wchar_t path[MAX_PATH];
-    formatText(path, L"%s\\kvl_%s.txt", appPath, code);
-    return CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-}
-
-// The whole file as characters, terminated, also when its size is odd. Null when there is no memory or no size; the
-// caller frees it.
-wchar_t *readWholeFile(HANDLE file)
-{
-    const DWORD size = GetFileSize(file, nullptr);
-    if (size > fileSizeLimit)   // also INVALID_FILE_SIZE
-        return nullptr;
-    const size_t blockSize = (static_cast<size_t>(size) / sizeof(wchar_t) + 2) * sizeof(wchar_t);
-    wchar_t *content = static_cast<wchar_t *>(malloc(blockSize));
-    if (!content)
-        return nullptr;
-    memset(content, 0, blockSize);
-    DWORD bytesRead;
-    ReadFile(file, content, size, &bytesRead, nullptr);
-    return content;
 }
 
 // An entry is known by the line feed in front of it, so the first line of a file never is one.
@@ -102,12 +73,12 @@ const wchar_t *getLanguageText(int id, HWND control)
 void readLanguageFile(wchar_t (&buffer)[translationCapacity], int id)
 {
     buffer[0] = 0;
-    const HANDLE file = openLanguageFile();
-    if (file == INVALID_HANDLE_VALUE)
+    const wchar_t *code = languageCode(static_cast<int>(userSettings.lang));
+    if (!appPath || !code)
         return;
-    if (wchar_t *content = readWholeFile(file)) {
-        copyEntry(content, id, buffer);
-        free(content);
-    }
-    CloseHandle(file);
+    wchar_t path[MAX_PATH];
+    formatText(path, L"%s\\kvl_%s.txt", appPath, code);
+    WholeFile file;
+    if (file.read(path))
+        copyEntry(static_cast<const wchar_t *>(file.content()), id, buffer);
 }

@@ -4,6 +4,8 @@
 // ---- Icons (the lowest number is the program's icon) ----
 #define IDI_PROGRAM 102
 #define IDI_HELP 103
+#define IDI_FOLDER 140   // of the Find File dialog
+#define IDI_FILE 141
 
 // ---- Dialogs ----
 #define IDD_OPTIONS 500
@@ -14,6 +16,9 @@
 #define IDD_ADDON_PAGE 122
 #define IDD_ABOUT_PAGE 120
 #define IDD_ABOUT_PAGE_LANDSCAPE 194
+#define IDD_PROFILE_COPY 157
+#define IDD_FIND_FILE 163
+#define IDD_EDIT_PROFILES 172
 
 // ---- Any dialog ----
 #define IDC_STATIC -1   // a control that is never addressed
@@ -53,6 +58,24 @@
 
 // ---- Find File dialog ----
 #define IDC_FILE_LIST 1319
+#define IDC_FOLDER_PATH 1320
+#define IDC_ROOT_FOLDER 1321
+#define IDC_FOLDER_ABOVE 1322
+
+// ---- Edit Profiles dialog: seven check boxes and edit fields with successive numbers ----
+#define IDC_PROFILE_VISIBLE 1343
+#define IDC_PROFILE_NAME 1350
+#define IDC_VISIBLE_TEXT 1368
+#define IDC_RENAME_TEXT 1369
+#define IDC_MENU_AS_TEXT 1376
+
+// ---- Profile Copy Settings dialog ----
+#define IDC_COPY_SOURCE 1257
+#define IDC_OVERWRITE 1406
+#define IDC_COPY_TARGET 1409
+
+// ---- Network Snapshots dialog ----
+#define IDC_SNAPSHOT_LIST 1277
 
 // ---- Option file editor ----
 #define IDC_OPTION_TEXT 1097

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "control.h"
 #include "doctest.h"
 #include "environment.h"
 #include "language.h"
 #include "shell_values.h"
+#include "stored_forms.h"
 #include "test_phone.h"
 #include "text.h"
 
@@ -175,14 +175,6 @@ DWORD indexOf(const Row &row)
     return static_cast<DWORD>(&row - rows);
 }
 
-std::wstring textOfLength(const Row &row, size_t characters)
-{
-    std::wstring content;
-    while (content.size() < characters)
-        content += std::wstring(row.name) + L'\x00E4' + L'.';
-    return content.substr(0, characters);
-}
-
 DWORD newNumber(const Row &row)
 {
     return 0x10 + indexOf(row);
@@ -320,16 +312,6 @@ struct TranslatedPhone : NewPhone {
 const std::vector<std::wstring> germanNames = {L"Deutsch",    L"134=Zuhause", L"135=Arbeit", L"136=Besprechung",
                                                L"137=Nachts", L"138=Laut!",   L"139=Auto",   L"140=Flug"};
 
-void orderFailure(const std::wstring &call)
-{
-    SimOrderFault(L"registry", 0, call.c_str(), FALSE);
-}
-
-void orderException(const std::wstring &call)
-{
-    SimOrderFault(L"registry", 0, call.c_str(), TRUE);
-}
-
 LONG loadOnce()
 {
     const LONG status = getUserSettings();
@@ -342,12 +324,6 @@ LONG saveOnce()
     const LONG status = saveUserSettings();
     SimClearFaults();
     return status;
-}
-
-std::vector<BYTE> bytesOf(const std::wstring &content)
-{
-    const BYTE *first = reinterpret_cast<const BYTE *>(content.c_str());
-    return std::vector<BYTE>(first, first + (content.size() + 1) * sizeof(wchar_t));
 }
 
 void checkNames(const std::wstring (&expected)[7])
@@ -494,25 +470,12 @@ TEST_CASE("numbers are read with all their bits")
 
 TEST_CASE("a number of another type or size is not read")
 {
-    struct {
-        const char *what;
-        DWORD type;
-        size_t size;
-    } const cases[] = {
-        {"text of four bytes", REG_SZ, 4}, {"expandable text", REG_EXPAND_SZ, 4},
-        {"bytes", REG_BINARY, 4},          {"nothing", REG_DWORD, 0},
-        {"a byte", REG_DWORD, 1},          {"two bytes", REG_DWORD, 2},
-        {"three bytes", REG_DWORD, 3},     {"five bytes", REG_DWORD, 5},
-        {"eight bytes", REG_DWORD, 8},     {"big-endian", REG_DWORD_BIG_ENDIAN, 4},
-        {"no type", REG_NONE, 4},
-    };
     NewPhone phone;
-    const BYTE bytes[8] = {'7', 0, 0, 0, 1, 2, 3, 4};
-    for (const auto &each : cases) {
+    for (const NumberForm &each : numberForms) {
         CAPTURE(each.what);
         for (const Row &row : rows)
             if (isNumber(row))
-                storeBytes(row.name, each.type, bytes, each.size);
+                storeNumberForm(row.name, each);
         makeRecordOld();
         CHECK(getUserSettings() == 0);
         for (const Row &row : rows)
@@ -522,50 +485,6 @@ TEST_CASE("a number of another type or size is not read")
 }
 
 namespace {
-
-// Data stored for a text of a given limit: `length` characters and zeros behind them, cut after `size` bytes; and how many
-// characters of it arrive.
-struct StoredForm {
-    const char *what;
-    DWORD type;
-    size_t length;
-    size_t size;
-    int read;   // -1 when it is not taken
-};
-
-std::vector<StoredForm> storedForms(size_t limit)
-{
-    const size_t longest = limit / 2 - 1;
-    const int whole = static_cast<int>(longest);
-    return {
-        {"empty", REG_SZ, 0, 2, 0},
-        {"no bytes at all", REG_SZ, 0, 0, 0},
-        {"a single byte", REG_SZ, 1, 1, 0},
-        {"one character", REG_SZ, 1, 4, 1},
-        {"one character, unterminated", REG_SZ, 1, 2, 1},
-        {"three characters and half of a fourth", REG_SZ, 4, 7, 3},
-        {"two terminators", REG_SZ, 3, 10, 3},
-        {"one below the longest", REG_SZ, longest - 1, limit - 2, whole - 1},
-        {"the longest", REG_SZ, longest, limit, whole},
-        {"the longest, unterminated", REG_SZ, longest, limit - 2, whole},
-        {"the longest and half a terminator", REG_SZ, longest, limit - 1, whole},
-        {"as many bytes as allowed, unterminated", REG_SZ, longest + 1, limit, whole},
-        {"one byte too long", REG_SZ, longest, limit + 1, -1},
-        {"one character too long", REG_SZ, longest + 1, limit + 2, -1},
-        {"as long as a value can be", REG_SZ, 2047, 4096, -1},
-        {"expandable", REG_EXPAND_SZ, 3, 8, -1},
-        {"several texts", REG_MULTI_SZ, 3, 8, -1},
-        {"bytes", REG_BINARY, 3, 8, -1},
-        {"a number", REG_DWORD, 1, 4, -1},
-    };
-}
-
-void storeForm(const Row &row, const StoredForm &form)
-{
-    std::wstring data = textOfLength(row, form.length);
-    data.resize(4096 / sizeof(wchar_t) + 1);
-    storeBytes(row.name, form.type, data.data(), form.size);
-}
 
 void checkForm(const Row &row, const StoredForm &form)
 {
@@ -577,7 +496,7 @@ void checkForm(const Row &row, const StoredForm &form)
     else if (form.read == 0 && isProfileName(row))
         CHECK(narrow(contentOf(row)) == narrow(defaultNames[row.name[7] - L'1']));
     else
-        CHECK(narrow(contentOf(row)) == narrow(textOfLength(row, static_cast<size_t>(form.read))));
+        CHECK(narrow(contentOf(row)) == narrow(textOfLength(row.name, static_cast<size_t>(form.read))));
 }
 
 }   // namespace
@@ -592,7 +511,7 @@ TEST_CASE("texts are read up to their limit, always terminated, and not at all w
         makeRecordOld();
         for (const Row &row : rows)
             if (!isNumber(row))
-                storeForm(row, storedForms(row.limit)[index]);
+                storeForm(row.name, storedForms(row.limit)[index]);
         CHECK(getUserSettings() == 0);
         for (const Row &row : rows)
             if (!isNumber(row)) {
@@ -612,7 +531,7 @@ TEST_CASE("the fields beside a text of the greatest length stay as they are")
             continue;
         CAPTURE(narrow(row.name));
         makeRecordOld();
-        storeForm(row, {"", REG_SZ, row.limit / 2, row.limit, 0});
+        storeForm(row.name, {"", REG_SZ, row.limit / 2, row.limit, 0});
         CHECK(getUserSettings() == 0);
         for (const Row &other : rows)
             if (&other != &row && other.field != &record.emailAccounts)
@@ -1008,7 +927,7 @@ void checkSaving(DWORD content, bool emptyTexts, size_t below)
         if (isNumber(row))
             numberOf(row) = content;
         else
-            setContent(row, emptyTexts ? L"" : textOfLength(row, row.limit / 2 - 1 - below));
+            setContent(row, emptyTexts ? L"" : textOfLength(row.name, row.limit / 2 - 1 - below));
     }
     record.emailAccounts = 1;
     CHECK(saveUserSettings() == 0);
@@ -1019,7 +938,7 @@ void checkSaving(DWORD content, bool emptyTexts, size_t below)
         else if (isNumber(row))
             checkStoredNumber(row, row.field == &record.emailAccounts ? 1 : content);
         else
-            checkStoredText(row, emptyTexts ? L"" : textOfLength(row, row.limit / 2 - 1 - below));
+            checkStoredText(row, emptyTexts ? L"" : textOfLength(row.name, row.limit / 2 - 1 - below));
     }
 }
 
@@ -1040,10 +959,10 @@ TEST_CASE("a text beyond what is read of it is saved whole")
     record.emailAccounts = 1;
     for (const Row &row : rows)
         if (isHeapText(row))
-            setContent(row, textOfLength(row, 1500));
+            setContent(row, textOfLength(row.name, 1500));
     CHECK(saveUserSettings() == 0);
-    CHECK(storedValue(L"emailCustomAccounts").bytes == bytesOf(textOfLength(rowNamed(L"emailCustomAccounts"), 1500)));
-    CHECK(storedValue(L"voicemail2").bytes == bytesOf(textOfLength(rowNamed(L"voicemail2"), 1500)));
+    CHECK(storedValue(L"emailCustomAccounts").bytes == bytesOf(textOfLength(L"emailCustomAccounts", 1500)));
+    CHECK(storedValue(L"voicemail2").bytes == bytesOf(textOfLength(L"voicemail2", 1500)));
 }
 
 TEST_CASE("saving replaces values of another type")
@@ -1127,7 +1046,7 @@ TEST_CASE("loading and saving lose nothing")
         if (isNumber(row))
             storeNumber(row.name, 0x89ABCD00 + indexOf(row));
         else
-            storeText(row.name, textOfLength(row, row.limit / 2 - 1));
+            storeText(row.name, textOfLength(row.name, row.limit / 2 - 1));
     }
     storeText(L"Version", L"1.60.2 (#160)");
     const std::string before = dumpKey(kelvaneKey);
@@ -1142,7 +1061,7 @@ TEST_CASE("loading and saving lose nothing")
         if (isNumber(row))
             CHECK(numberOf(row) == 0x89ABCD00 + indexOf(row));
         else
-            CHECK(narrow(contentOf(row)) == narrow(textOfLength(row, row.limit / 2 - 1)));
+            CHECK(narrow(contentOf(row)) == narrow(textOfLength(row.name, row.limit / 2 - 1)));
     }
 }
 

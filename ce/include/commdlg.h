@@ -2,6 +2,8 @@
 // than the phone accepts.
 #pragma once
 
+#include "phone.h"
+
 #include "../layouts.h"
 
 using OPENFILENAMEW = ce::OpenFileNameW;

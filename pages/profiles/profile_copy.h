@@ -11,5 +11,5 @@ INT_PTR CALLBACK ProfileCopyProc(HWND dialog, UINT message, WPARAM wParam, LPARA
 
 // Writes every value of an open key into another, with its name, type and bytes; values of the target that the source lacks
 // stay. Returns the status of the enumeration that ended the copy: ERROR_NO_MORE_ITEMS after the last value, ERROR_MORE_DATA
-// at a value of more than 8192 bytes, behind which nothing is copied. ERROR_OUTOFMEMORY, logged, when there is no memory.
+// at a value of more than 8192 bytes, behind which nothing is copied. Throws OutOfMemory.
 LONG copyProfileValues(const RegistryKey &sourceKey, const RegistryKey &targetKey);

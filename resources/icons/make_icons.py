@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Draws the program's icons: make_icons.py --out DIR writes DIR/program.ico and DIR/help.ico.
+"""Draws the program's icons: make_icons.py --out DIR writes DIR/program.ico and its neighbours.
 
 The sources are the SVG drawings beside this script; no icon is kept as a binary. The 16 pixel
 images have drawings of their own, because a larger one scaled down blurs.
@@ -34,6 +34,8 @@ SOURCES = pathlib.Path(__file__).resolve().parent
 ICONS = {
     "program.ico": ((16, "program-16.svg"), (32, "program.svg"), (48, "program.svg"), (64, "program.svg")),
     "help.ico": ((16, "help-16.svg"), (32, "help.svg")),
+    "folder.ico": ((16, "folder-16.svg"), (32, "folder.svg")),
+    "file.ico": ((16, "file-16.svg"), (32, "file.svg")),
 }
 
 EDGE_COLOUR = "rgb(220,220,230)"

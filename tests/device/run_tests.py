@@ -23,6 +23,13 @@ LEFT_OUT = {
         "a value that fails to be written keeps what is stored and costs no other",
         "a value that fails to be read keeps its field and costs no other",
     },
+    "device_extra_settings": {
+        "a hundred loads and saves leave no key and no memory behind",
+        "values are read in their order: an exception at any is logged, ends the load there and leaves no key open",
+        "all numbers are written in their order, then the texts: an exception at any is logged and ends the save there",
+        "a value that fails to be written keeps what is stored and costs no other",
+        "a value that fails to be read keeps its field and costs no other",
+    },
 }
 
 # Where the program is installed on the phone on which the simulator's tests find the translations as well.

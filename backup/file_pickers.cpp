@@ -1,0 +1,134 @@
+#include "file_pickers.h"
+
+#include "environment.h"
+#include "find_file.h"
+#include "language.h"
+#include "log.h"
+#include "shell_values.h"
+#include "text.h"
+
+wchar_t *pickedPath;
+
+namespace {
+
+constexpr wchar_t systemPickerFile[] = L"\\windows\\tgetfile.dll";
+constexpr wchar_t systemPicker[] = L"tgetfile.dll";
+constexpr wchar_t otherPickerFile[] = L"\\windows\\gsgetfile.dll";
+constexpr wchar_t otherPicker[] = L"gsgetfile.dll";
+
+// "Dismiss Battery". The pickers have carried this title ever since and keep it.
+constexpr int titleText = 84;
+
+enum PickMode { openMode = 0, saveMode = 1 };
+
+using SystemPicker = BOOL(WINAPI *)(int mode, OPENFILENAMEW *request);
+using OtherPicker = BOOL(WINAPI *)(OPENFILENAMEW *request);
+
+// A library, loaded for the length of a scope.
+class Library {
+public:
+    explicit Library(const wchar_t *name) : module(LoadLibraryW(name)) {}
+    ~Library()
+    {
+        if (module)
+            FreeLibrary(module);
+    }
+    Library(const Library &) = delete;
+    Library &operator=(const Library &) = delete;
+
+    bool isLoaded() const { return module != nullptr; }
+
+    // Null when the library has no such function.
+    template <typename Function> Function function(const wchar_t *name) const
+    {
+        return module ? reinterpret_cast<Function>(reinterpret_cast<void *>(GetProcAddressW(module, name))) : nullptr;
+    }
+
+private:
+    HMODULE module;
+};
+
+BOOL askOtherPicker(OPENFILENAMEW *request)
+{
+    const Library library(otherPicker);
+    const auto ask = library.function<OtherPicker>(L"gsGetOpenFileName");
+    return ask ? ask(request) : FALSE;
+}
+
+OPENFILENAMEW pickerRecord(const PickRequest &request, const wchar_t *title)
+{
+    OPENFILENAMEW record = {};
+    record.lStructSize = openFileRecordSize;
+    record.hwndOwner = mainWindow;
+    record.lpstrFilter = request.filter;
+    record.lpstrFile = pickedPath;
+    record.nMaxFile = pickedPathCapacity;
+    record.lpstrTitle = title;
+    record.Flags = request.flags;
+    return record;
+}
+
+// Returns whether the user has chosen a path, which pickedPath then holds.
+bool askLibrary(const PickRequest &request, bool hasSystemPicker)
+{
+    wchar_t title[translationCapacity];   // the text is the picker's for longer than until the next text
+    copyText(title, getLanguageText(titleText, nullptr));
+    OPENFILENAMEW record = pickerRecord(request, title);
+    const BOOL chosen = hasSystemPicker ? getFileName(openMode, &record) : askOtherPicker(&record);
+    pickedPath[pickedPathCapacity - 1] = 0;   // whatever a library makes of the room it is given
+    return chosen != FALSE;
+}
+
+bool askFindFile(HWND owner, bool foldersOnly)
+{
+    showFindFile(owner, foldersOnly);
+    return pickedPath[0] != 0;
+}
+
+bool askForPath(HWND owner, const PickRequest &request)
+{
+    const bool hasSystemPicker = pathExists(systemPickerFile);
+    if (hasSystemPicker || pathExists(otherPickerFile))
+        return askLibrary(request, hasSystemPicker);
+    return askFindFile(owner, request.foldersOnly);
+}
+
+}   // namespace
+
+void holdPickedPath()
+{
+    if (!pickedPath)
+        pickedPath = new wchar_t[pickedPathCapacity]();
+}
+
+bool pickFile(HWND dialog, int editControl, const PickRequest &request)
+{
+    bool picked = false;
+    try {
+        freeText(pickedPath);
+        holdPickedPath();
+        picked = askForPath(dialog, request);
+        if (picked)
+            SetDlgItemTextW(dialog, editControl, pickedPath);
+    } catch (...) {
+        writeLog("** Exception pickFile **");
+    }
+    freeText(pickedPath);
+    return picked;
+}
+
+BOOL getFileName(int mode, OPENFILENAMEW *request)
+{
+    const Library library(systemPicker);
+    if (library.isLoaded()) {
+        const auto ask = library.function<SystemPicker>(L"tGetFile");
+        return ask ? ask(mode, request) : FALSE;
+    }
+    switch (mode) {
+    case openMode:
+        return GetOpenFileNameW(request);
+    case saveMode:
+        return GetSaveFileNameW(request);
+    }
+    return FALSE;
+}

@@ -1,0 +1,44 @@
+#include "network_snapshots.h"
+
+#include "environment.h"
+#include "folder_entries.h"
+#include "log.h"
+#include "resource.h"
+#include "text.h"
+
+namespace {
+
+constexpr wchar_t snapshotExtension[] = L".net";
+
+// Whatever has the extension in its name is a snapshot, called by what stands in front of it.
+void addSnapshots(HWND list, UINT addMessage)
+{
+    const wchar_t *folder = getAppPath();
+    if (!folder)
+        return;
+    wchar_t pattern[MAX_PATH + 2];
+    formatText(pattern, L"%s\\*", folder);
+    FolderEntries entries(pattern);
+    while (const WIN32_FIND_DATAW *entry = entries.next()) {
+        const wchar_t *end = wcsstr(entry->cFileName, snapshotExtension);
+        if (!end)
+            continue;
+        wchar_t name[MAX_PATH];
+        copyInto(name, end - entry->cFileName + 1, entry->cFileName);
+        SendMessageW(list, addMessage, 0, reinterpret_cast<LPARAM>(name));
+    }
+}
+
+}   // namespace
+
+void listSnapshots(HWND window, int intoListBox)
+{
+    const HWND list = intoListBox ? GetDlgItem(window, IDC_SNAPSHOT_LIST) : window;
+    if (intoListBox)
+        SendMessageW(list, LB_RESETCONTENT, 0, 0);
+    try {
+        addSnapshots(list, intoListBox ? LB_ADDSTRING : CB_ADDSTRING);
+    } catch (...) {
+        writeLog("** Exception listSnapshots **");
+    }
+}
