@@ -74,7 +74,7 @@ LONG openProfile(RegistryKey &key, int profile)
 }
 
 // Only onto a profile that has been saved before. A copy that ended early counts as done like any other.
-void copyProfile(HWND dialog, int from, int to)
+void copyProfile(int from, int to)
 {
     RegistryKey source, target;
     if (openProfile(source, from) != ERROR_SUCCESS || openProfile(target, to) != ERROR_SUCCESS)
@@ -91,7 +91,7 @@ void overwrite(HWND dialog)
     if (from == to || from == noProfile || to == noProfile)
         return;
     try {
-        copyProfile(dialog, from, to);
+        copyProfile(from, to);
     } catch (...) {
         writeLog("** Exception copyProfileValues **");
     }
