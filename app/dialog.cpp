@@ -21,6 +21,15 @@ void makeFullScreen(HWND dialog)
     SHInitDialog(&info);
 }
 
+void showEmptyMenuBar(HWND dialog)
+{
+    SHMENUBARINFO bar = {};
+    bar.cbSize = sizeof bar;
+    bar.hwndParent = dialog;
+    bar.dwFlags = SHCMBF_EMPTYBAR;
+    SHCreateMenuBar(&bar);
+}
+
 INT_PTR dialogColours(UINT message, WPARAM wParam)
 {
     switch (message) {

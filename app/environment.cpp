@@ -23,6 +23,7 @@ DWORD isOtherTreo;
 DWORD needsKeyWorkaround;
 DWORD isLandscape;
 DWORD hasSynchrologic;
+DWORD excludesMidiSounds;
 
 namespace {
 

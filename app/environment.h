@@ -20,6 +20,7 @@ extern DWORD isOtherTreo;
 extern DWORD needsKeyWorkaround;
 extern DWORD isLandscape;   // also on a square screen
 extern DWORD hasSynchrologic;
+extern DWORD excludesMidiSounds;   // notifications cannot play MIDI files; no model is known for it, so nothing sets it
 
 // Finds the install directory (once; again while it does not contain "\Kelvane"). Returns appPath, null when memory ran
 // out. An unusable directory is not reported: it shows later as missing files.

@@ -5,6 +5,7 @@
 #include "resource.h"
 #include "scaling.h"
 #include "shell_values.h"
+#include "text.h"
 
 namespace {
 
@@ -64,6 +65,10 @@ void fitToDesktop(HWND control, int offset, const RECT &desktop, bool sipOn)
         height -= scaleY(26);
     MoveWindow(control, x, y, width, height, TRUE);
 }
+
+// ---- Columns ------------------------------------------------------------------------------------------------------
+
+constexpr int columnWidths[] = {130, 95};   // setting and value, at 96 dots per inch
 
 // ---- Drop-down lists ----------------------------------------------------------------------------------------------
 
@@ -185,6 +190,27 @@ int layoutMainList(HWND page, WPARAM settingChange, int initial)
     if (panelStateIsNews(sipOn, settingChange, initial) && control)
         fitToDesktop(control, offset, sip.rcVisibleDesktop, sipOn);
     return 1;
+}
+
+void addMainListColumns(HWND page)
+{
+    const HWND list = GetDlgItem(page, IDC_MAIN_LIST);
+    for (size_t i = 0; i < countOf(columnWidths); ++i) {
+        LVCOLUMNW column = {};
+        column.mask = LVCF_WIDTH;
+        column.cx = scaleX(columnWidths[i]);
+        SendMessageW(list, LVM_INSERTCOLUMNW, i, reinterpret_cast<LPARAM>(&column));
+    }
+    SendMessageW(list, LVM_SETEXTENDEDLISTVIEWSTYLE, LVS_EX_FULLROWSELECT, LVS_EX_FULLROWSELECT);
+    SendMessageW(list, LVM_SETBKCOLOR, 0, highlightedRow);   // beside the rows, where a screen is wider than the columns
+}
+
+void emptyMainList(HWND page)
+{
+    const HWND list = GetDlgItem(page, IDC_MAIN_LIST);
+    SendMessageW(list, LVM_DELETEALLITEMS, 0, 0);
+    for (size_t i = countOf(columnWidths); i > 0; --i)
+        SendMessageW(list, LVM_DELETECOLUMN, i - 1, 0);
 }
 
 void setComboHeights(HWND page)

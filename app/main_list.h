@@ -7,6 +7,10 @@
 // Called with initial = 1 on WM_SIZE, and with the message's wParam as settingChange on WM_SETTINGCHANGE. Returns 1.
 int layoutMainList(HWND page, WPARAM settingChange, int initial);
 
+// Gives the main list of a page that edits rows of settings its two columns, and takes them away again with all lines.
+void addMainListColumns(HWND page);
+void emptyMainList(HWND page);
+
 // Hides the editor controls of a list page and gives its drop-down lists the height they drop to, keeping their width.
 void setComboHeights(HWND page);
 

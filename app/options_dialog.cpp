@@ -4,7 +4,7 @@
 #include "addon_page.h"
 #include "advanced_page.h"
 #include "alarms_page.h"
-#include "aygshell.h"
+#include "dialog.h"
 #include "display_page.h"
 #include "engine.h"
 #include "environment.h"
@@ -66,18 +66,8 @@ void arrangeSheet(HWND sheet)
 {
     const HWND tabs = reinterpret_cast<HWND>(SendMessageW(sheet, PSM_GETTABCONTROL, 0, 0));
     SetWindowLongPtrW(tabs, GWL_STYLE, GetWindowLongPtrW(tabs, GWL_STYLE) | TCS_BOTTOM);
-
-    SHINITDLGINFO dialog = {};
-    dialog.dwMask = SHIDIM_FLAGS;
-    dialog.hDlg = sheet;
-    dialog.dwFlags = SHIDIF_DONEBUTTON | SHIDIF_SIZEDLGFULLSCREEN | SHIDIF_SIPDOWN;
-    SHInitDialog(&dialog);
-
-    SHMENUBARINFO bar = {};
-    bar.cbSize = sizeof bar;
-    bar.hwndParent = sheet;
-    bar.dwFlags = SHCMBF_EMPTYBAR;
-    SHCreateMenuBar(&bar);
+    makeFullScreen(sheet);
+    showEmptyMenuBar(sheet);
 }
 
 // Nothing thrown in a step may leave the dialog procedure, and the steps after it are still due.

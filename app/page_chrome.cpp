@@ -49,28 +49,47 @@ void paintPage(const PageChrome &chrome, HWND page)
     EndPaint(page, &paint);
 }
 
-// A static control would take the large image of the icon; the header has room for one of its own height.
-void loadHelpIcon(HWND page)
+// ---- Icons of the header ------------------------------------------------------------------------------------------
+
+constexpr ControlIcon helpIcon = {IDC_HELP_ICON, IDI_HELP};
+constexpr int edgeGap = 3;   // between the rightmost icon and the page's edge; at 96 dots per inch, as all here
+constexpr int iconGap = 4;
+constexpr int iconTop = 1;
+
+void loadIcons(const PageChrome &chrome, HWND page)
 {
-    const int size = scaleX(16);
-    const HANDLE icon = LoadImageW(appInstance, MAKEINTRESOURCEW(IDI_HELP), IMAGE_ICON, size, size, 0);
-    SendDlgItemMessageW(page, IDC_HELP_ICON, STM_SETICON, reinterpret_cast<WPARAM>(icon), 0);
+    loadControlIcon(page, helpIcon);
+    for (int i = 0; i < chrome.iconCount; ++i)
+        loadControlIcon(page, chrome.icons[i]);
+}
+
+void destroyIcons(const PageChrome &chrome, HWND page)
+{
+    destroyControlIcon(page, helpIcon);
+    for (int i = 0; i < chrome.iconCount; ++i)
+        destroyControlIcon(page, chrome.icons[i]);
+}
+
+// Returns where the icon begins.
+int placeIconLeftOf(HWND page, int control, int right)
+{
+    const HWND icon = GetDlgItem(page, control);
+    RECT area;
+    if (!icon || !GetWindowRect(icon, &area))
+        return right;
+    const int left = right - (area.right - area.left);
+    SetWindowPos(icon, nullptr, left, scaleY(iconTop), 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    return left;
 }
 
 // A template that serves both orientations cannot know where the page's right edge is.
-void moveHelpIconToEdge(HWND page)
+void placeIcons(const PageChrome &chrome, HWND page)
 {
-    const HWND icon = GetDlgItem(page, IDC_HELP_ICON);
-    RECT client, area;
+    RECT client;
     GetClientRect(page, &client);
-    if (icon && GetWindowRect(icon, &area))
-        SetWindowPos(icon, nullptr, client.right - (area.right - area.left) - scaleX(3), scaleY(1), 0, 0,
-                     SWP_NOSIZE | SWP_NOZORDER);
-}
-
-void destroyHelpIcon(HWND page)
-{
-    DestroyIcon(reinterpret_cast<HICON>(SendDlgItemMessageW(page, IDC_HELP_ICON, STM_SETICON, 0, 0)));
+    int left = placeIconLeftOf(page, IDC_HELP_ICON, client.right - scaleX(edgeGap));
+    for (int i = 0; i < chrome.iconCount; ++i)
+        left = placeIconLeftOf(page, chrome.icons[i].control, left - scaleX(iconGap));
 }
 
 }   // namespace
@@ -99,13 +118,13 @@ INT_PTR pageChromeMessage(const PageChrome &chrome, HWND page, UINT message, WPA
 {
     switch (message) {
     case WM_INITDIALOG:
-        loadHelpIcon(page);
+        loadIcons(chrome, page);
         return TRUE;
     case WM_SIZE:
-        moveHelpIconToEdge(page);
+        placeIcons(chrome, page);
         return FALSE;
     case WM_DESTROY:
-        destroyHelpIcon(page);
+        destroyIcons(chrome, page);
         return FALSE;
     case WM_PAINT:
         paintPage(chrome, page);

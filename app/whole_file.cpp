@@ -1,15 +1,11 @@
 #include "whole_file.h"
 
-namespace {
+#include "text.h"
 
-// No file of the program comes near this; a larger one could not be held in a phone's memory anyway.
-constexpr DWORD fileSizeLimit = 0x10000000;
+// ---- Open files ---------------------------------------------------------------------------------------------------
 
-}   // namespace
-
-WholeFile::~WholeFile()
+FileHandle::~FileHandle()
 {
-    free(block);
     try {
         close();
     } catch (...) {
@@ -17,39 +13,99 @@ WholeFile::~WholeFile()
     }
 }
 
-void WholeFile::close()
+bool FileHandle::open(const wchar_t *path, DWORD access, DWORD share, DWORD disposition)
 {
-    if (handle == INVALID_HANDLE_VALUE)
+    file = CreateFileW(path, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return file != INVALID_HANDLE_VALUE;
+}
+
+bool FileHandle::forReading(const wchar_t *path)
+{
+    return open(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+}
+
+bool FileHandle::create(const wchar_t *path, DWORD share)
+{
+    return open(path, GENERIC_WRITE, share, CREATE_ALWAYS);
+}
+
+void FileHandle::close()
+{
+    if (file == INVALID_HANDLE_VALUE)
         return;
-    const HANDLE closing = handle;
-    handle = INVALID_HANDLE_VALUE;
+    const HANDLE closing = file;
+    file = INVALID_HANDLE_VALUE;
     CloseHandle(closing);
 }
 
-bool WholeFile::allocate()
+// ---- Reading ------------------------------------------------------------------------------------------------------
+
+// No file of the program comes near this; a larger one could not be held in a phone's memory anyway.
+static constexpr DWORD fileSizeLimit = 0x10000000;
+
+bool WholeFile::allocate(DWORD size)
 {
-    fileSize = GetFileSize(handle, nullptr);
-    if (fileSize > fileSizeLimit)   // also INVALID_FILE_SIZE
+    if (size > fileSizeLimit)   // also INVALID_FILE_SIZE
         return false;
-    const size_t blockSize = (static_cast<size_t>(fileSize) / sizeof(wchar_t) + 2) * sizeof(wchar_t);
+    const size_t blockSize = (static_cast<size_t>(size) / sizeof(wchar_t) + 2) * sizeof(wchar_t);
     block = malloc(blockSize);
-    if (block)
-        memset(block, 0, blockSize);
-    return block != nullptr;
+    if (!block)
+        return false;
+    memset(block, 0, blockSize);
+    fileSize = size;
+    return true;
 }
 
 bool WholeFile::open(const wchar_t *path)
 {
-    handle = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    return handle != INVALID_HANDLE_VALUE;
+    return file.forReading(path);
 }
 
 bool WholeFile::readContent()
 {
-    if (!allocate())
+    if (!allocate(GetFileSize(file.handle(), nullptr)))
         return false;
-    if (!ReadFile(handle, block, fileSize, &bytesRead, nullptr))
+    if (!ReadFile(file.handle(), block, fileSize, &bytesRead, nullptr))
         bytesRead = 0;
-    close();
+    file.close();
     return true;
+}
+
+// ---- Writing ------------------------------------------------------------------------------------------------------
+
+namespace {
+
+enum class Outcome {
+    untouched,   // could not be created
+    broken,      // was created, but not all of the content got there
+    complete,
+};
+
+Outcome writeAnew(const wchar_t *path, const void *content, DWORD size)
+{
+    FileHandle file;
+    if (!file.create(path))
+        return Outcome::untouched;
+    DWORD written = 0;
+    const bool good = WriteFile(file.handle(), content, size, &written, nullptr) && written == size;
+    return good ? Outcome::complete : Outcome::broken;
+}
+
+}   // namespace
+
+bool replaceFile(const wchar_t *path, const void *content, DWORD size)
+{
+    wchar_t draft[300];
+    formatText(draft, L"%s.tmp", path);
+    if (writeAnew(draft, content, size) != Outcome::complete) {
+        DeleteFileW(draft);
+        return false;
+    }
+    const Outcome outcome = writeAnew(path, content, size);
+    if (outcome == Outcome::broken) {
+        DeleteFileW(path);
+        return MoveFileW(draft, path);
+    }
+    DeleteFileW(draft);
+    return outcome == Outcome::complete;
 }

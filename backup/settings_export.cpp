@@ -2,8 +2,8 @@
 
 #include "exchange_file.h"
 #include "message.h"
-#include "output_file.h"
 #include "registry.h"
+#include "whole_file.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ constexpr char blankLine[] = "\r\n\r\n";
 
 // The file, written in blocks, and the buffers for what goes into it; too much for a phone's stack.
 struct Export {
-    OutputFile file;
+    FileHandle file;
     char pending[4096];
     DWORD used = 0;
     wchar_t name[nameCapacity];
@@ -33,8 +33,9 @@ struct Export {
 
 void Export::flush()
 {
+    DWORD written;
     if (used)
-        file.write(pending, used);
+        WriteFile(file.handle(), pending, used, &written, nullptr);
     used = 0;
 }
 
@@ -155,7 +156,7 @@ bool writeExchangeFile(const wchar_t *path)
     bool created = false;
     try {
         out = new Export;
-        created = out->file.create(path);
+        created = out->file.create(path, 0);
         if (created)
             writeAllKeys(*out);
     } catch (...) {

@@ -4,6 +4,10 @@
 // ---- Icons (the lowest number is the program's icon) ----
 #define IDI_PROGRAM 102
 #define IDI_HELP 103
+#define IDI_SCHEDULE 104
+#define IDI_EDIT_PROFILES 105
+#define IDI_EXPORT 106
+#define IDI_PLAY 107
 #define IDI_FOLDER 140   // of the Find File dialog
 #define IDI_FILE 141
 
@@ -19,6 +23,7 @@
 #define IDD_PROFILE_COPY 157
 #define IDD_FIND_FILE 163
 #define IDD_EDIT_PROFILES 172
+#define IDD_OPTION_FILE 130
 
 // ---- Any dialog ----
 #define IDC_STATIC -1   // a control that is never addressed
@@ -39,8 +44,16 @@
 #define IDC_VIBRATE_WITH_SOUND 1180
 #define IDC_NO_BACKLIGHT 1294
 
+// ---- Header of the Profiles page ----
+#define IDC_PROFILE_SELECTOR 1253
+#define IDC_SCHEDULE 1268
+#define IDC_EDIT_PROFILES 1280
+#define IDC_EXPORT 1351
+
 // ---- List pages: the list, and the controls that edit its current row (1072, 1074 and 1261 as above) ----
 #define IDC_MAIN_LIST 1266
+#define IDC_SPARE_TABS 1077   // only ever hidden, as the other spare ones
+#define IDC_DESCRIPTION 1287
 #define IDC_CHOICE 1289
 #define IDC_PLAY 1290
 #define IDC_PROGRAM 1291

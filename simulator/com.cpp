@@ -3,18 +3,19 @@
 #include "com.h"
 
 #include "phone.h"
+#include "player.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <objbase.h>
 
 namespace sim {
 namespace {
 
-const CLSID mediaPlayerClass = {0x6BF52A52, 0x394A, 0x11D3, {0xB1, 0x53, 0x00, 0xC0, 0x4F, 0x79, 0xFA, 0xA6}};
-
 SRWLOCK objectsLock = SRWLOCK_INIT;
-std::vector<IUnknown *> objects;   // each with one reference of ours, released with CoUninitialize
+std::vector<IUnknown *> objects;   // each with one reference of ours, released with the last CoUninitialize
+std::atomic<int> initializations{0};   // of all threads
 
 // The references an object has besides ours.
 ULONG foreignReferences(IUnknown *object)
@@ -30,14 +31,21 @@ std::wstring classText(REFCLSID classId)
     return text;
 }
 
+// The media player is the simulator's own, if the phone has one; any other class is the desktop's.
+HRESULT createInstance(REFCLSID classId, LPUNKNOWN outer, DWORD context, REFIID interfaceId, LPVOID *object)
+{
+    if (classId != mediaPlayerClass)
+        return CoCreateInstance(classId, outer, context, interfaceId, object);
+    if (settingNumber(L"media", L"player", 1))
+        return createPlayer(outer, interfaceId, object);
+    *object = nullptr;
+    return REGDB_E_CLASSNOTREG;
+}
+
 HRESULT WINAPI watchedCreateInstance(REFCLSID classId, LPUNKNOWN outer, DWORD context, REFIID interfaceId,
                                      LPVOID *object)
 {
-    HRESULT result = REGDB_E_CLASSNOTREG;
-    if (classId == mediaPlayerClass && !settingNumber(L"media", L"player", 1))
-        *object = nullptr;
-    else
-        result = CoCreateInstance(classId, outer, context, interfaceId, object);
+    const HRESULT result = createInstance(classId, outer, context, interfaceId, object);
     journal(L"com", {L"create", classText(classId), hexadecimal(static_cast<DWORD>(result))});
     if (SUCCEEDED(result)) {
         auto *const created = static_cast<IUnknown *>(*object);
@@ -51,7 +59,10 @@ HRESULT WINAPI watchedCreateInstance(REFCLSID classId, LPUNKNOWN outer, DWORD co
 HRESULT WINAPI watchedInitialize(LPVOID reserved, DWORD concurrency)
 {
     journal(L"com", {L"initialize"});
-    return CoInitializeEx(reserved, concurrency);
+    const HRESULT result = CoInitializeEx(reserved, concurrency);
+    if (SUCCEEDED(result))
+        ++initializations;
+    return result;
 }
 
 void WINAPI watchedUninitialize()
@@ -59,7 +70,8 @@ void WINAPI watchedUninitialize()
     const int held = liveObjects();
     journal(L"com", {L"uninitialize", number(held)});
     std::vector<IUnknown *> released;
-    {
+    if (--initializations <= 0) {
+        initializations = 0;
         Guard guard(objectsLock);
         released.swap(objects);
     }

@@ -38,9 +38,13 @@ void WINAPI SimJournal(const wchar_t *kind, const wchar_t *const *fields, int co
 // Stops the clock this process sees at a local time; null lets it run (or stand where phone.ini stops it) again.
 void WINAPI SimSetClock(const SYSTEMTIME *localTime);
 
+// Makes the waits of this process, Sleep's and those for sounds that are not heard, divisor times as short, and journals
+// each Sleep with the length asked for. 1 makes them as long as they are again.
+void WINAPI SimShortenWaits(int divisor);
+
 // ---- Faults ------------------------------------------------------------------------------------------------------
 
-// Orders a fault. kind: "registry", "file", "memory" or "database". n: the nth matching call from now on (1 is the
+// Orders a fault. kind: "registry", "file", "memory", "database" or "sound". n: the nth matching call from now on (1 is the
 // next), once; 0: every matching call. operationAndDetail: "write:lowBatteryLevel", "open:\\Windows\\*", "read:*";
 // null or empty matches every call of the kind. raise: the call throws instead of failing. FALSE for an unknown kind.
 BOOL WINAPI SimOrderFault(const wchar_t *kind, int n, const wchar_t *operationAndDetail, BOOL raise);
@@ -50,6 +54,7 @@ void WINAPI SimClearFaults(void);
 
 int WINAPI SimLiveAllocations(void);   // blocks of malloc, calloc, realloc, LocalAlloc
 int WINAPI SimLiveFiles(void);         // handles of CreateFileW
+int WINAPI SimLiveSearches(void);      // handles of FindFirstFileW
 int WINAPI SimLiveProcesses(void);     // process and thread handles of CreateProcessW and ShellExecuteEx
 int WINAPI SimLiveKeys(void);          // keys of RegOpenKeyExW and RegCreateKeyExW
 int WINAPI SimLiveObjects(void);       // COM objects of CoCreateInstance

@@ -68,6 +68,7 @@ extern "C" {
 BOOL WINAPI SimUsePhone(const wchar_t *folder)
 {
     setClock(nullptr);
+    shortenWaits(1);
     forgetBars();
     std::wstring problem;
     return succeeded(usePhone(textOf(folder), problem), problem);
@@ -115,6 +116,11 @@ void WINAPI SimSetClock(const SYSTEMTIME *localTime)
     setClock(localTime);
 }
 
+void WINAPI SimShortenWaits(int divisor)
+{
+    shortenWaits(divisor);
+}
+
 BOOL WINAPI SimOrderFault(const wchar_t *kind, int n, const wchar_t *operationAndDetail, BOOL raise)
 {
     FaultKind known;
@@ -137,6 +143,10 @@ int WINAPI SimLiveAllocations()
 int WINAPI SimLiveFiles()
 {
     return liveHandles(HandleKind::file);
+}
+int WINAPI SimLiveSearches()
+{
+    return liveSearches();
 }
 int WINAPI SimLiveProcesses()
 {

@@ -27,6 +27,7 @@ constexpr KindName kindNames[] = {
     {L"file", FaultKind::file},
     {L"memory", FaultKind::allocation},
     {L"database", FaultKind::database},
+    {L"sound", FaultKind::sound},
 };
 
 SRWLOCK ordersLock = SRWLOCK_INIT;

@@ -23,6 +23,7 @@ struct Search {
     HANDLE handle;            // of the desktop's search
     WIN32_FIND_DATAW found;   // entry to be handed out next
     bool inRoot;              // storage cards are directories of the root
+    std::wstring pattern;     // as given
 };
 
 SRWLOCK handlesLock = SRWLOCK_INIT;
@@ -164,6 +165,12 @@ int liveHandles(HandleKind kind)
     Guard guard(handlesLock);
     return static_cast<int>(std::count_if(openHandles.begin(), openHandles.end(),
                                           [kind](const auto &each) { return each.second.kind == kind; }));
+}
+
+int liveSearches()
+{
+    Guard guard(handlesLock);
+    return static_cast<int>(searches.size());
 }
 
 bool existsOnPhone(const std::wstring &path)
@@ -325,6 +332,7 @@ HANDLE WINAPI simFindFirstFileW(LPCWSTR pattern, PhoneFindData *data)
         return INVALID_HANDLE_VALUE;
     Search search{};
     const std::wstring plain = plainPath(pattern);
+    search.pattern = pattern;
     search.inRoot = plain.rfind(L'\\') == 0;
     search.handle = FindFirstFileW(hostPath(pattern).c_str(), &search.found);
     if (search.handle == INVALID_HANDLE_VALUE)
@@ -349,6 +357,8 @@ BOOL WINAPI simFindNextFileW(HANDLE handle, PhoneFindData *data)
     if (found == searches.end())
         return refuse(ERROR_INVALID_HANDLE);
     Search &search = found->second;
+    if (fails(L"next", search.pattern.c_str()))
+        return FALSE;
     if (!FindNextFileW(search.handle, &search.found) || !skipUnlisted(search))
         return refuse(ERROR_NO_MORE_FILES);
     handOut(search, data);

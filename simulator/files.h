@@ -20,6 +20,9 @@ enum class HandleKind { file, process };
 void rememberHandle(HANDLE handle, HandleKind kind, const std::wstring &path);
 int liveHandles(HandleKind kind);
 
+// Searches the program has not closed yet.
+int liveSearches();
+
 // Whether a file or folder is there on the phone.
 bool existsOnPhone(const std::wstring &phonePath);
 

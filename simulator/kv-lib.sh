@@ -21,12 +21,16 @@ fail() {
     exit 1
 }
 
-# Answers whether the prefix was made to its end. One that was not is made anew.
+# Left in a prefix that was made to its end. The number changes with what create_prefix puts there.
+prefix_mark=.ready-2
+
+# One that is not ready is made anew.
 prefix_is_ready() {
-    [[ -e $WINEPREFIX/.ready ]]
+    [[ -e $WINEPREFIX/$prefix_mark ]]
 }
 
 create_prefix() {
+    local metric
     echo "kv: making the Wine prefix $WINEPREFIX" >&2
     rm -rf "$WINEPREFIX"
     mkdir -p "$WINEPREFIX"
@@ -36,8 +40,13 @@ create_prefix() {
     cp "$wine_fonts/tahoma.ttf" "$wine_fonts/tahomabd.ttf" "$WINEPREFIX/drive_c/windows/Fonts/"
     # Waiting for a window manager to let go of a window costs two seconds a time where there is none.
     env -u DISPLAY "$wine" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f </dev/null >/dev/null 2>&1
+    # A phone's scroll bars are 13 pixels wide, which is what its pages leave room for; the unit is a fifteenth of that.
+    for metric in ScrollWidth ScrollHeight; do
+        env -u DISPLAY "$wine" reg add 'HKCU\Control Panel\Desktop\WindowMetrics' /v $metric /d -195 /f \
+            </dev/null >/dev/null 2>&1
+    done
     "$wine_server" -w
-    touch "$WINEPREFIX/.ready"
+    touch "$WINEPREFIX/$prefix_mark"
 }
 
 # Tests start side by side: the first one makes the prefix, the others wait for it.

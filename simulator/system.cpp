@@ -5,6 +5,7 @@
 #include "phone.h"
 #include "templates.h"
 
+#include <atomic>
 #include <cstdio>
 
 namespace sim {
@@ -51,6 +52,8 @@ constexpr Metric metrics[] = {
 SRWLOCK clockLock = SRWLOCK_INIT;
 bool clockStopped = false;
 SYSTEMTIME stoppedAt{};
+
+std::atomic<int> waitDivisor{1};
 
 // [clock] now=2008-03-07 14:05:09 stops the clock of every program on the phone, so that pictures can be compared.
 bool clockOfSettings(SYSTEMTIME &time)
@@ -101,11 +104,33 @@ void setClock(const SYSTEMTIME *localTime)
         stoppedAt = *localTime;
 }
 
+void shortenWaits(int divisor)
+{
+    waitDivisor = divisor > 1 ? divisor : 1;
+}
+
+DWORD realLength(DWORD milliseconds)
+{
+    return milliseconds == INFINITE ? INFINITE : milliseconds / waitDivisor;
+}
+
+void waitForPhone(DWORD milliseconds)
+{
+    Sleep(realLength(milliseconds));
+}
+
 }   // namespace sim
 
 using namespace sim;
 
 extern "C" {
+
+void WINAPI simSleep(DWORD milliseconds)
+{
+    if (waitDivisor > 1)
+        journal(L"sleep", {number(milliseconds)});
+    waitForPhone(milliseconds);
+}
 
 BOOL WINAPI simGetVersionExW(LPOSVERSIONINFOW info)
 {

@@ -27,7 +27,7 @@ STARTUP_OF_MSVCRT = frozenset("""
 """.split())
 
 STARTUP_LIST = "startup"   # ce/startup.def; what it lists comes from kernel32.dll
-HOSTS_OWN = {"ole32.dll"}   # not simulated: the host's DLL has the phone's functions
+HOSTS_OWN = {"ole32.dll", "oleaut32.dll"}   # not simulated: the host's DLLs have the phone's functions
 
 # This compiler puts code in the place of the program's calls to these; another calls them, even unasked.
 OFTEN_INLINED = frozenset(("memcpy", "memset"))

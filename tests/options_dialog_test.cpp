@@ -12,6 +12,7 @@
 #include "display_page.h"
 #include "doctest.h"
 #include "environment.h"
+#include "extra_settings.h"
 #include "intercept.h"
 #include "main.h"
 #include "page_window.h"
@@ -37,6 +38,7 @@ IMPORTED(PostMessageW);
 IMPORTED(PropertySheetW);
 IMPORTED(RegQueryValueExW);
 IMPORTED(RegSetValueExW);
+IMPORTED(CreateFileW);
 IMPORTED(SendMessageW);
 IMPORTED(SHCreateMenuBar);
 IMPORTED(SHInitDialog);
@@ -194,8 +196,8 @@ bool isOneOf(const std::wstring &name, std::initializer_list<const wchar_t *> na
 
 LONG WINAPI traceReading(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data, LPDWORD size)
 {
-    if (isOneOf(name,
-                {L"InstallDir", L"skinName", L"voicemail2", L"skinTextColor", L"skinAlarmColor", L"skinScrollColor"}))
+    if (isOneOf(name, {L"InstallDir", L"skinName", L"voicemail2", L"billActive", L"smsForwardExcept2", L"skinTextColor",
+                       L"skinAlarmColor", L"skinScrollColor"}))
         note("read " + narrow(name));
     return Intercept<__imp_RegQueryValueExW>::real(key, name, reserved, type, data, size);
 }
@@ -233,6 +235,12 @@ TEST_CASE(
             note("device type");
             return Intercept<__imp_GetVersionExW>::real(info);
         });
+        Intercept<__imp_CreateFileW> files([](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                                              DWORD disposition, DWORD attributes, HANDLE like) -> HANDLE {
+            if (wcsstr(path, L"Kelvane_User.cfg"))
+                note("option file");
+            return Intercept<__imp_CreateFileW>::real(path, access, share, security, disposition, attributes, like);
+        });
         Intercept<__imp_CreateFontIndirectW> fonts([](const LOGFONTW *record) -> HFONT {
             note("font", record->lfHeight, record->lfWeight, record->lfUnderline);
             return Intercept<__imp_CreateFontIndirectW>::real(record);
@@ -252,6 +260,9 @@ TEST_CASE(
         "device type",
         "read skinName",
         "read voicemail2",
+        "read billActive",
+        "read smsForwardExcept2",
+        "option file",
         "font -14 700 0",
         "font -11 600 1",
         "brush 15129820",
@@ -942,7 +953,7 @@ struct TracingPlayer : IWMPPlayer {
     {
         // Held while the fonts went, let go before this.
         note("release player, texts held", userSettings.voicemail2 != nullptr, userSettings.sysPhoneName != nullptr,
-             userSettings.emailCustomAccounts != nullptr);
+             userSettings.emailCustomAccounts != nullptr, extraSettings.forwardCall != nullptr);
         return 0;
     }
 };
@@ -962,7 +973,7 @@ BOOL WINAPI traceDeleting(HGDIOBJ object)
 
 LONG WINAPI traceWriting(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE *data, DWORD size)
 {
-    if (isOneOf(name, {L"skinName", L"Version"}))
+    if (isOneOf(name, {L"skinName", L"Version", L"billActive", L"smsForwardExcept2"}))
         note("write " + narrow(name));
     return Intercept<__imp_RegSetValueExW>::real(key, name, reserved, type, data, size);
 }
@@ -988,6 +999,7 @@ TEST_CASE(
 {
     FreshPhone phone;
     storeNumber(L"appWindow", 0x4440);
+    storeText(L"forwardCall", L"+15550101");
     trace.clear();
     PlainWindow dialog;
     PlainWindow standsForMain;
@@ -1008,6 +1020,7 @@ TEST_CASE(
     REQUIRE(userSettings.voicemail2 != nullptr);
     REQUIRE(userSettings.sysPhoneName != nullptr);
     REQUIRE(userSettings.emailCustomAccounts != nullptr);
+    REQUIRE(extraSettings.forwardCall != nullptr);
     linkObject = linkFont;
     headerObject = headerFont;
     brushObject = backgroundBrush;
@@ -1021,10 +1034,12 @@ TEST_CASE(
     const std::vector<std::string> expected = {
         "write skinName",
         "write Version",
+        "write billActive",
+        "write smsForwardExcept2",
         "delete link font, texts held 1",
         "delete header font",
         "delete brush, texts held 1",
-        "release player, texts held 0 0 0",
+        "release player, texts held 0 0 0 0",
         "end com, player held 0",
         "post 17472 33277 0 0",
         "close main window, player held 1 0",
@@ -1062,6 +1077,7 @@ TEST_CASE("settings that cannot be saved do not keep the dialog from ending and 
     SUBCASE("the system throws")
     {
         SimOrderFault(L"registry", 0, L"write:textSize", TRUE);
+        SimOrderFault(L"registry", 0, L"write:billActive", TRUE);
     }
     runOptions([](HWND) {});
     SimClearFaults();
@@ -1082,6 +1098,8 @@ struct Holdings {
 TEST_CASE("ten openings and closings leave nothing behind")
 {
     FreshPhone phone;
+    for (const wchar_t *name : {L"forwardCall", L"forwardCall2", L"forwardCall3", L"forwardCall4"})
+        storeText(name, L"+15550101");
     const std::function<void(HWND)> visitAllPages = [](HWND sheet) {
         for (int i = 0; i < 6; ++i)
             showPage(sheet, i);
@@ -1109,4 +1127,6 @@ TEST_CASE("ten openings and closings leave nothing behind")
     CHECK(userSettings.emailCustomAccounts == nullptr);
     CHECK(userSettings.sysPhoneName == nullptr);
     CHECK(userSettings.voicemail2 == nullptr);
+    CHECK(extraSettings.forwardCall == nullptr);
+    CHECK(extraSettings.forwardCall4 == nullptr);
 }

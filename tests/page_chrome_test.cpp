@@ -454,10 +454,12 @@ RECT placeOf(HWND page, int id)
     return area;
 }
 
-// The header's area, the help icon's place left out.
+// The header's area, the help icon's place left out, and all that is right of a title with a drop-down list beside it.
 RECT titleArea(HWND page)
 {
-    return {0, 0, placeOf(page, helpIcon).left, 21};
+    const HWND selector = GetDlgItem(page, 1253);
+    const int next = selector && IsWindowVisible(selector) ? 1253 : helpIcon;
+    return {0, 0, placeOf(page, next).left, 21};
 }
 
 void checkHeaders(const wchar_t *SheetPage::*header)
@@ -551,8 +553,9 @@ TEST_CASE("the page behind its controls, its labels and its check boxes have the
             photograph(page, shown);
             INFO("page " << index);
             CHECK(shown.at(0, 0) == pageColor);
-            CHECK(shown.at(client.right - 1, client.bottom - 1) == pageColor);
-            CHECK(shown.at(0, client.bottom - 1) == pageColor);
+            const LONG bottom = index == 3 ? 130 : client.bottom;   // where the list of the Profiles page begins
+            CHECK(shown.at(client.right - 1, bottom - 1) == pageColor);
+            CHECK(shown.at(0, bottom - 1) == pageColor);
             if (index != 1)
                 continue;
             for (int control : {1078, 1261, 1179, 1177, 1180, 1294}) {

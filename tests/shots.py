@@ -36,8 +36,12 @@ class View:
     name: str
     page: int  # of the property sheet, from 0
     control: Optional[int] = None  # on that page, opens the dialog in question
+    line: Optional[int] = None  # of the page's list, clicked before the picture
     panel: bool = False  # with the input panel up
 
+
+# What an alarm can be raised for.
+WATCHED = ["SMS", "MMS", "Email", "emailCustomAlarms", "missedCalls", "voiceMail", "reminders"]
 
 LANGUAGES = [
     Language("english", 0, None),
@@ -52,15 +56,31 @@ VIEWS = [
     View("addon", 4),
     View("about", 5),
     View("display-panel", 0, panel=True),
+    View("profiles-sound", 3, line=6),
+    View("profiles-repeat", 3, line=7),
+    View("profiles-heading", 3, line=20),
+    View("profiles-ring-tone", 3, line=21),
+    View("profiles-choice", 3, line=34),
+    View("profiles-switch", 3, line=24),
+    View("profiles-sim-code", 3, line=43),
+    View("profiles-program", 3, line=44),
+    View("profiles-panel", 3, line=9, panel=True),
 ]
 
 
 def set_up(phone: PhoneCopy, language: Language):
     phone.set_facts("clock", now=CLOCK)
     phone.set_registry(SETTINGS_KEY, "lang", f"dword:{language.number:08x}")
+    watch_everything(phone)
     if language.file:
         (phone.folder / INSTALL_FOLDER).mkdir(parents=True, exist_ok=True)
         shutil.copy(TREE / "languages" / language.file, phone.folder / INSTALL_FOLDER)
+
+
+def watch_everything(phone: PhoneCopy):
+    """Lets the list of the Profiles page have all its rows, so that a line has the same number on every phone."""
+    for name in WATCHED:
+        phone.set_registry(SETTINGS_KEY, name, "dword:00000001")
 
 
 def panel_button(phone: PhoneCopy):
@@ -73,6 +93,8 @@ def steps_of(view: View, phone: PhoneCopy, picture: Path):
     """The steps of shots.exe to one view and back to the plain sheet."""
     tap_panel = "tap {} {}".format(*panel_button(phone))
     yield f"page {view.page}"
+    if view.line is not None:
+        yield f"line {view.line}"
     if view.control is not None:
         yield f"command {view.control}"
     if view.panel:

@@ -15,6 +15,7 @@
 #include "environment.h"
 #include "intercept.h"
 #include "language.h"
+#include "option_file_editor.h"
 #include "options_dialog.h"
 #include "page_window.h"
 #include "profiles_page.h"
@@ -45,7 +46,42 @@ struct Template {
     Screens screens;
     int title;   // text of the page's header
     std::vector<Control> controls;
+    const char *caption = nullptr;   // of a dialog; pages have none
 };
+
+// Of the pages that list settings and edit one of them at a time; most are hidden at any moment.
+const std::vector<Control> listPageControls = {
+    {1253, "drop-down list"},
+    {1287, "label"},
+    {1289, "drop-down list"},
+    {1293, "combo box"},
+    {1297, "combo box"},
+    {1290, "icon"},
+    {1327, "check box"},
+    {1326, "check box"},
+    {1328, "check box"},
+    {1295, "check box"},
+    {1291, "Edit"},
+    {1325, "button"},
+    {1355, "Edit"},
+    {1072, "drop-down list"},
+    {1261, "label"},
+    {1074, "drop-down list"},
+    {1292, "msctls_trackbar32"},
+    {1294, "drop-down list"},
+    {1310, "drop-down list"},
+    {1077, "SysTabControl32"},
+    {1266, "SysListView32"},
+    {1268, "icon"},
+    {1280, "icon"},
+    {1351, "icon"},
+    {1140, "icon"},
+};
+
+bool isDialog(const Template &row)
+{
+    return row.caption != nullptr;
+}
 
 const std::vector<Template> &templates()
 {
@@ -69,11 +105,17 @@ const std::vector<Template> &templates()
           {1180, "check box"},
           {1294, "check box"},
           {1140, "icon"}}},
-        {154, AdvancedPageProc, everyScreen, 89, {{1140, "icon"}}},
-        {154, ProfilesPageProc, everyScreen, 90, {{1140, "icon"}}},
+        {154, AdvancedPageProc, everyScreen, 89, listPageControls},
+        {154, ProfilesPageProc, everyScreen, 90, listPageControls},
         {122, AddonPageProc, everyScreen, 260, {{1140, "icon"}}},
         {120, AboutPageProc, portraitOnly, 5, {{1140, "icon"}}},
         {194, AboutPageProc, landscapeOnly, 5, {{1140, "icon"}}},
+        {130,
+         OptionFileEditorProc,
+         everyScreen,
+         0,
+         {{1097, "text field"}, {1, "button"}, {2, "button"}},
+         "Kelvane_User.cfg"},
     };
     return table;
 }
@@ -89,6 +131,12 @@ constexpr Screen screens[] = {
     {"wm6", true, 1, 240, 248}, {"wm5", true, 1, 240, 248},        {"ppc2003", true, 1, 240, 248},
     {"vga", true, 2, 480, 496}, {"landscape", false, 1, 320, 168}, {"square", false, 1, 240, 168},
 };
+
+// Dialogs have no tabs below them.
+int heightOf(const Template &row, const Screen &screen)
+{
+    return screen.height + (isDialog(row) ? 20 * screen.scale : 0);
+}
 
 bool serves(const Template &row, const Screen &screen)
 {
@@ -194,6 +242,8 @@ std::string kindOf(HWND control)
         return kindOfStatic(style);
     if (name == L"ComboBox")
         return kindOfCombo(style);
+    if (name == L"Edit")
+        return "text field";
     return narrow(name);
 }
 
@@ -394,12 +444,29 @@ TEST_CASE("the Options dialog has a caption and no controls")
 TEST_CASE("a page's template is an untitled child in which the dialog manager can move the focus")
 {
     for (const Template &row : templates()) {
+        if (isDialog(row))
+            continue;
         const TemplateHeader header = headerOf(row.id);
         INFO("template " << row.id);
         CHECK((header.style & WS_CHILD) != 0);
         CHECK((header.style & WS_CAPTION) == 0);
         CHECK((header.style & DS_CONTROL) != 0);
         CHECK((header.style & WS_POPUP) == 0);
+    }
+}
+
+TEST_CASE("a dialog's template is a captioned window")
+{
+    StartedPhone phone;
+    for (const Template &row : templates()) {
+        if (!isDialog(row))
+            continue;
+        const TemplateHeader header = headerOf(row.id);
+        INFO("template " << row.id);
+        CHECK((header.style & WS_POPUP) != 0);
+        CHECK((header.style & WS_CAPTION) == WS_CAPTION);
+        CHECK((header.style & WS_CHILD) == 0);
+        CHECK(narrow(textOf(PageWindow(row.id, row.procedure).handle())) == row.caption);
     }
 }
 
@@ -413,15 +480,16 @@ TEST_CASE("templates that portrait or square screens show are at most 137 units 
 
 TEST_CASE("controls lie within the page on every screen")
 {
-    onEveryScreen([](HWND page, const Template &, const Screen &screen) {
+    onEveryScreen([](HWND page, const Template &row, const Screen &screen) {
         for (HWND control : controlsOf(page)) {
             const RECT area = placeOf(control);
             INFO("control " << idOf(control) << ": " << area.left << "," << area.top << " to " << area.right << ","
                             << area.bottom);
             CHECK(area.left >= 0);
             CHECK(area.top >= 0);
-            CHECK(area.right <= screen.width);
-            CHECK(area.bottom <= screen.height);
+            // A list page's list is as wide as the screen and begins a point from its edge.
+            CHECK(area.right <= screen.width + (idOf(control) == 1266 ? screen.scale : 0));
+            CHECK(area.bottom <= heightOf(row, screen));
         }
     });
 }
@@ -525,6 +593,8 @@ TEST_CASE("tabbing reaches every control that can have the focus")
 TEST_CASE("the help icon lies in the header, beside the title in every language")
 {
     onEveryScreen([](HWND page, const Template &row, const Screen &screen) {
+        if (isDialog(row))
+            return;
         const RECT icon = placeOf(GetDlgItem(page, 1140));
         const std::wstring title = getLanguageText(row.title, nullptr);
         INFO("title " << narrow(title));
@@ -534,12 +604,32 @@ TEST_CASE("the help icon lies in the header, beside the title in every language"
     });
 }
 
-TEST_CASE("other controls of a page begin below the header's rule")
+TEST_CASE("the profile selector begins beside the title in every language")
 {
-    onEveryScreen([](HWND page, const Template &, const Screen &screen) {
+    onEveryScreen([](HWND page, const Template &row, const Screen &screen) {
+        const HWND selector = GetDlgItem(page, 1253);
+        if (!selector || !isShown(selector))
+            return;
+        const std::wstring title = getLanguageText(row.title, nullptr);
+        INFO("title " << narrow(title));
+        CHECK(placeOf(selector).left >= 3 * screen.scale + titleWidth(title, screen.scale));
+    });
+}
+
+TEST_CASE("controls of a page lie either in the header, above its rule, or below it")
+{
+    constexpr int headerControls[] = {1140, 1253, 1268, 1280, 1351};
+    onEveryScreen([&](HWND page, const Template &row, const Screen &screen) {
+        if (isDialog(row))
+            return;
         for (HWND control : controlsOf(page)) {
-            INFO("control " << idOf(control));
-            CHECK((idOf(control) == 1140 || placeOf(control).top > 21 * screen.scale));
+            if (!isShown(control))
+                continue;
+            const RECT area = placeOf(control);
+            const bool inHeader = std::find(std::begin(headerControls), std::end(headerControls), idOf(control)) !=
+                                  std::end(headerControls);
+            INFO("control " << idOf(control) << " from " << area.top << " to " << area.bottom);
+            CHECK((inHeader ? area.bottom <= 21 * screen.scale : area.top > 21 * screen.scale));
         }
     });
 }

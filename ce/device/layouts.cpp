@@ -8,6 +8,7 @@
 #include "mediaplayer.h"
 #include "phone.h"
 #include "prsht.h"
+#include "shell_execute.h"
 
 // ---- The machine -----------------------------------------------------------------------------------------------------
 
@@ -78,6 +79,11 @@ LIES_AT(SHMENUBARINFO, hInstRes, 16);
 LIES_AT(SHMENUBARINFO, hwndMB, 28);
 LIES_AT(SIPINFO, rcVisibleDesktop, 8);
 LIES_AT(SIPINFO, rcSipRect, 24);
+
+static_assert(sizeof(ShellExecuteInfo) == 60);
+LIES_AT(ShellExecuteInfo, lpFile, 16);
+LIES_AT(ShellExecuteInfo, nShow, 28);
+LIES_AT(ShellExecuteInfo, hProcess, 56);
 
 static_assert(sizeof(LOGFONTW) == 92 && sizeof(SYSTEMTIME) == 16 && sizeof(PAINTSTRUCT) == 64);
 static_assert(sizeof(SCROLLINFO) == 28 && sizeof(PROCESS_INFORMATION) == 16 && sizeof(INITCOMMONCONTROLSEX) == 8);

@@ -1,6 +1,7 @@
 #include "advanced_page.h"
 
 #include "page_chrome.h"
+#include "resource.h"
 #include "sheet_notification.h"
 
 namespace {
@@ -11,7 +12,12 @@ constexpr PageChrome chrome = {89, L"options-adv"};
 
 INT_PTR CALLBACK AdvancedPageProc(HWND page, UINT message, WPARAM wParam, LPARAM lParam)
 {
-    if (message == WM_NOTIFY)
+    switch (message) {
+    case WM_INITDIALOG:
+        ShowWindow(GetDlgItem(page, IDC_MAIN_LIST), SW_HIDE);   // of the template, nothing but the help icon is used yet
+        break;
+    case WM_NOTIFY:
         return endOnSheetNotification(page, lParam);
+    }
     return pageChromeMessage(chrome, page, message, wParam, lParam);
 }

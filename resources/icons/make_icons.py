@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Draws the program's icons: make_icons.py --out DIR writes DIR/program.ico and its neighbours.
+"""Draws the program's icons: make_icons.py --out DIR writes an .ico file into DIR for each row of ICONS.
 
 The sources are the SVG drawings beside this script; no icon is kept as a binary. The 16 pixel
 images have drawings of their own, because a larger one scaled down blurs.
@@ -34,6 +34,10 @@ SOURCES = pathlib.Path(__file__).resolve().parent
 ICONS = {
     "program.ico": ((16, "program-16.svg"), (32, "program.svg"), (48, "program.svg"), (64, "program.svg")),
     "help.ico": ((16, "help-16.svg"), (32, "help.svg")),
+    "schedule.ico": ((16, "schedule-16.svg"), (32, "schedule.svg")),
+    "edit.ico": ((16, "edit-16.svg"), (32, "edit.svg")),
+    "export.ico": ((16, "export-16.svg"), (32, "export.svg")),
+    "play.ico": ((16, "play-16.svg"), (32, "play.svg")),
     "folder.ico": ((16, "folder-16.svg"), (32, "folder.svg")),
     "file.ico": ((16, "file-16.svg"), (32, "file.svg")),
 }

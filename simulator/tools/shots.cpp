@@ -7,12 +7,14 @@
 //
 //   page N         shows the sheet's page N, counted from 0
 //   command N      does what a tap on the control N of the page or dialog on top does, and waits for the dialog it opens
+//   line N         goes to line N of the page's list, counted from 0, with the arrow keys, which click every line they reach
 //   close          cancels the dialog on top
 //   tap X Y        taps the screen there, and waits until that shows
 //   shot FILE      writes the screen to FILE, a bitmap, once it has come to rest
 //
 // Ends with 0 when every step was done; otherwise the step that was not stands on standard error.
 #include <windows.h>
+#include <commctrl.h>
 #include <prsht.h>
 
 #include <algorithm>
@@ -26,6 +28,7 @@ namespace {
 constexpr DWORD limit = 20000;      // ms, for anything that is waited for
 constexpr DWORD glance = 10;        // ms between two looks at a condition
 constexpr DWORD restingTime = 40;   // ms the screen has to stay the same
+constexpr int pageList = 1266;      // the main list of the pages that have one
 
 DWORD program;   // the process whose pictures are taken
 HWND sheet;      // its property sheet
@@ -185,6 +188,24 @@ bool pressControl(const wchar_t *argument)
     });
 }
 
+int selectedLine(HWND list)
+{
+    return static_cast<int>(ask(list, LVM_GETNEXTITEM, static_cast<WPARAM>(-1), LVNI_SELECTED));
+}
+
+// Every press moves by a line; one that does not has come to an end of the list.
+bool goToLine(const wchar_t *argument)
+{
+    const HWND list = GetDlgItem(currentPage(), pageList);
+    const int target = static_cast<int>(wcstol(argument, nullptr, 10));
+    for (int line = selectedLine(list), before = -1; line != target && line != before;) {
+        before = line;
+        ask(list, WM_KEYDOWN, line < target ? VK_DOWN : VK_UP);
+        line = selectedLine(list);
+    }
+    return list && selectedLine(list) == target;
+}
+
 bool closeDialog(const wchar_t *)
 {
     const HWND dialog = topDialog();
@@ -217,7 +238,8 @@ constexpr struct {
     const wchar_t *name;
     bool (*run)(const wchar_t *argument);
 } steps[] = {
-    {L"page", showPage}, {L"command", pressControl}, {L"close", closeDialog}, {L"tap", tapScreen}, {L"shot", shoot},
+    {L"page", showPage},     {L"command", pressControl}, {L"line", goToLine},
+    {L"close", closeDialog}, {L"tap", tapScreen},        {L"shot", shoot},
 };
 
 bool runStep(const std::wstring &line)

@@ -99,12 +99,21 @@ class Machine:
         self.engine.mem_write(USER_DATA + 0x804, struct.pack("<I", thread))
 
     def _connect_imports(self):
-        self.imports = {}
+        self.imports, self.looked_up = {}, {}
         for number, (dll, name, slot) in enumerate(self.image.imports()):
             address = IMPORTS + 4 * number
             self.imports[address] = self._adapter(dll, name)
             self.engine.mem_write(self.base + slot, struct.pack("<I", address))
         self.engine.mem_map(IMPORTS - PAGE, PAGE + PAGE, UC_PROT_READ | UC_PROT_EXEC)
+
+    def entry_point(self, name):
+        """Where the program calls a function of the phone that it does not import."""
+        for address, known in self.looked_up.items():
+            if known == name:
+                return address
+        address = IMPORTS + 4 * len(self.imports)
+        self.imports[address], self.looked_up[address] = self._adapter("the system", name), name
+        return address
 
     def _adapter(self, dll, name):
         """Calls the phone's function of that name with its arguments taken from registers and stack."""

@@ -18,6 +18,7 @@ GENERIC_READ, GENERIC_WRITE, FILE_SHARE_READ, FILE_SHARE_WRITE = 0x80000000, 0x4
 WAIT_TIMEOUT, STILL_ACTIVE = 258, 259
 TURN = 100             # microseconds that pass while the other threads have their turn
 FOREVER = 1 << 50
+LOOKED_UP = ("SndGetSoundDirectoriesList",)   # by the program while it runs
 
 REG_SZ, REG_DWORD = 1, 4
 HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE = 0x80000001, 0x80000002
@@ -114,6 +115,20 @@ class Order:
         return not self.call or call.lower() == self.call
 
 
+# ---- Texts, folders ---------------------------------------------------------------------------------------------------
+
+def lower_case(text):
+    """Character by character, as the system does it: a text keeps its length."""
+    return "".join(each.lower() if len(each.lower()) == 1 else each for each in text)
+
+
+def is_in(folder, path):
+    """Whether a path lies directly in that folder, whose last part may be a name and a star."""
+    place, _, wanted = folder.rpartition("\\")
+    above, _, name = path.rpartition("\\")
+    return above == place and path != "" and (wanted == "*" or name == wanted)
+
+
 # ---- The C runtime ---------------------------------------------------------------------------------------------------
 
 FORMAT = re.compile(r"%([-+ #0]*)(\*|\d*)(?:\.(\*|\d*))?(h|l|I64|)([a-zA-Z%])")
@@ -177,13 +192,16 @@ class Services:
         for root in ROOT_NAMES.values():
             add_key(self.keys, root, "")
         self.files, self.folders = {}, {""}
+        self.spelling = {}     # of files and folders that are not all lower case
         for path in sorted((folder / "root").rglob("*")):
             name = "\\" + str(path.relative_to(folder / "root")).replace("/", "\\")
+            self.spelling[name.lower()] = name
             if path.is_dir():
                 self.folders.add(name.lower())
             elif path.name != ".keep":
                 self.files[name.lower()] = bytearray(path.read_bytes())
-        self.open_keys, self.open_files = {}, {}
+        self.open_keys, self.open_files, self.searches = {}, {}, {}
+        self.libraries = 0     # loaded and not released yet
         self.orders, self.clock, self.last_error = [], None, 0
         self.journal = []
 
@@ -263,6 +281,17 @@ class Services:
     def strncmp(self, left: Narrow, right: Narrow, count):
         return (left[:count] > right[:count]) - (left[:count] < right[:count])
 
+    def strchr(self, text, character):
+        index = (self.machine.narrow(text) + "\0").find(chr(character & 0xFF))
+        return text + index if index >= 0 else 0
+
+    def strstr(self, text, part: Narrow):
+        index = self.machine.narrow(text).find(part)
+        return text + index if index >= 0 else 0
+
+    def atoi(self, text: Narrow):
+        return self._number(text)
+
     def wcslen(self, text: Wide):
         return len(text.encode("utf-16-le", "surrogatepass")) // 2
 
@@ -288,8 +317,11 @@ class Services:
         self.machine.write_wide(to, text)
         return to
 
+    def _wcsicmp(self, left: Wide, right: Wide):
+        return self.wcscmp(lower_case(left), lower_case(right))
+
     def _wcslwr(self, text):
-        self.machine.write_wide(text, self.machine.wide(text).lower())
+        self.machine.write_wide(text, lower_case(self.machine.wide(text)))
         return text
 
     def WideCharToMultiByte(self, code_page, flags, text, count: int, buffer, size: int, fallback, used_fallback):
@@ -313,6 +345,9 @@ class Services:
         return len(encoded) // 2
 
     def _wtol(self, text: Wide):
+        return self._number(text)
+
+    def _number(self, text):
         number = re.match(r"\s*([-+]?\d+)", text)
         return max(-0x80000000, min(int(number[1]), 0x7FFFFFFF)) if number else 0
 
@@ -629,6 +664,16 @@ class Services:
         del self.files[path.lower()]
         return 1
 
+    def MoveFileW(self, source: Wide, target: Wide):
+        if self.fault_due("file", f"move:{source}"):
+            return self.fail(ERROR_IO_DEVICE)
+        if source.lower() not in self.files:
+            return self.fail(ERROR_FILE_NOT_FOUND)
+        if target.lower() in self.files or target.lower() in self.folders:
+            return self.fail(183)
+        self.files[target.lower()] = self.files.pop(source.lower())
+        return 1
+
     def GetFileAttributesW(self, path: Wide):
         if self.fault_due("file", f"attributes:{path}"):
             return self.fail(ERROR_IO_DEVICE, INVALID_HANDLE)
@@ -638,7 +683,80 @@ class Services:
             return 0x20
         if path.lower().rstrip("\\") not in self.folders:
             return self.fail(ERROR_FILE_NOT_FOUND, INVALID_HANDLE)
+        return self._folder_attributes(path)
+
+    def FindFirstFileW(self, pattern: Wide, result):
+        if self.fault_due("file", f"find:{pattern}"):
+            return self.fail(ERROR_IO_DEVICE, INVALID_HANDLE)
+        wanted = re.sub(r"\\+", r"\\", "\\" + pattern).lower()
+        found = sorted(path for path in self.folders | set(self.files) if is_in(wanted, path))
+        if not found:
+            return self.fail(ERROR_FILE_NOT_FOUND, INVALID_HANDLE)
+        handle = self.new_handle("search")
+        self.searches[handle] = (pattern, found)
+        self._hand_out_entry(found, result)
+        return handle
+
+    def FindNextFileW(self, handle, result):
+        pattern, found = self.searches[handle]
+        if self.fault_due("file", f"next:{pattern}"):
+            return self.fail(ERROR_IO_DEVICE)
+        return self._hand_out_entry(found, result) if found else self.fail(18)
+
+    def _hand_out_entry(self, found, result):
+        path = found.pop(0)
+        name = self.spelling.get(path, path).rpartition("\\")[2].encode("utf-16-le")
+        attributes = 0x20 if path in self.files else self._folder_attributes(path)
+        self.machine.write(result, struct.pack("<10I", attributes, *[0] * 9) + name.ljust(520, b"\0"))
+        return 1
+
+    def FindClose(self, handle):
+        return 1 if self.searches.pop(handle, None) else self.fail(ERROR_INVALID_HANDLE)
+
+    def _folder_attributes(self, path):
         return 0x110 if path[1:].lower() in self.settings.listed("storage", "cards") else 0x10
+
+    # ---- Libraries -----------------------------------------------------------------------------------------------------
+
+    def LoadLibraryW(self, name: Wide):
+        if name.lower() in self.settings.listed("exports", "missing_modules"):
+            return self.fail(126)
+        self.libraries += 1
+        return 0x10000
+
+    def FreeLibrary(self, module):
+        self.libraries -= 1
+        return 1
+
+    def GetProcAddressW(self, module, name: Wide):
+        """The functions a phone may have and this one can do."""
+        if name in LOOKED_UP and name.lower() not in self.settings.listed("exports", "missing"):
+            return self.machine.entry_point(name)
+        return self.fail(127)
+
+    def LocalFree(self, block):
+        self.free(block)
+        return 0
+
+    def SndGetSoundDirectoriesList(self, event, locations: int, directories, count):
+        """The simulator's, as far as phone.ini steers it; see there."""
+        if event != 1 or locations != -1:
+            raise Fault(f"sound folders of event {event} at {locations}")
+        text = self.settings.get(("sounds", "directories"), "")
+        paths = [path.strip() for path in text.split(",") if path.strip()]
+        result = self.settings.number("sounds", "result", 0)
+        if result & 0x80000000:
+            return result
+        told = self.settings.number("sounds", "count", len(paths))
+        if self.settings.number("sounds", "array", 1):
+            records = self.malloc(520 * max(len(paths), told, 1))
+            if not records:
+                return 0x8007000E
+            content = b"".join(path.encode("utf-16-le")[:520].ljust(520, b"\0") for path in paths)
+            self.machine.write(records, content.ljust(520 * max(len(paths), told, 1), b"\0"))
+            self.machine.write_words(directories, records)
+        self.machine.write_words(count, told)
+        return result
 
     # ---- Facts -----------------------------------------------------------------------------------------------------------
 

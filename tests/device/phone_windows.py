@@ -14,21 +14,23 @@ WM_SETTEXT, WM_GETTEXT, WM_NOTIFY, WM_HELP, WM_INITDIALOG, WM_COMMAND = 0x0C, 0x
 WM_CTLCOLORDLG = 0x136
 BM_GETCHECK, BM_SETCHECK = 0xF0, 0xF1
 CB_ADDSTRING, CB_GETCURSEL, CB_SELECTSTRING, CB_SETCURSEL = 0x143, 0x147, 0x14D, 0x14E
+CB_GETCOUNT, CB_GETLBTEXT, CB_RESETCONTENT = 0x146, 0x148, 0x14B
 PSM_GETTABCONTROL, PSM_GETCURRENTPAGEHWND = 0x474, 0x476
 PSCB_INITIALIZED, PSCB_GETVERSION = 1, 3
 PSN_SETACTIVE, PSN_KILLACTIVE, PSN_APPLY = -200 & 0xFFFFFFFF, -201 & 0xFFFFFFFF, -202 & 0xFFFFFFFF
 RT_DIALOG = 5
 GWL_WNDPROC = -4
 DESKTOP = 0x100
-SYSTEM_CLASSES = ("static",)
+SYSTEM_CLASSES = ("static", "combobox")
 
 # Functions of which only the answer matters here.
 ANSWERS = {
     "BeginPaint": 0x201, "CreateFontIndirectW": 0x202, "CreatePen": 0x203, "CreateSolidBrush": 0x204,
     "DeleteObject": 1, "DestroyIcon": 1, "DispatchMessageW": 0, "DrawTextW": 12, "EndPaint": 1,
-    "GetModuleHandleW": 0x10000, "GetProcAddressW": 0, "GetMessageW": 0, "GetScrollInfo": 1, "GetStockObject": 0x205,
-    "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "LoadIconW": 0x206, "LoadImageW": 0x207,
+    "GetModuleHandleW": 0x10000, "GetMessageW": 0, "GetScrollInfo": 1, "GetStockObject": 0x205,
+    "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "LoadCursorW": 0x209, "LoadIconW": 0x206, "LoadImageW": 0x207,
     "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0, "SelectObject": 0x208, "SetBkMode": 1,
+    "SetCursor": 0, "SetFocus": 0,
     "SetForegroundWindow": 1, "SetTextColor": 0, "SetWindowPos": 1, "ShowWindow": 1, "TranslateMessage": 0,
 }
 
@@ -201,6 +203,12 @@ class Phone(Services):
         elif message == CB_ADDSTRING:
             known.entries.append(self.machine.wide(lparam))
             return len(known.entries) - 1
+        elif message == CB_RESETCONTENT:
+            known.entries, known.selected = [], -1
+        elif message == CB_GETCOUNT:
+            return len(known.entries)
+        elif message == CB_GETLBTEXT and wparam < len(known.entries):
+            self.machine.write_wide(lparam, known.entries[wparam])
         elif message in (CB_SETCURSEL, CB_SELECTSTRING):
             wanted = wparam if message == CB_SETCURSEL else self._first_entry(known, self.machine.wide(lparam))
             known.selected = wanted if 0 <= wanted < len(known.entries) else -1

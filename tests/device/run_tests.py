@@ -84,9 +84,11 @@ class TestedPhone(Phone):
         self.files.pop(path.lower(), None)
         if data:
             self.TestFolder(path.rpartition("\\")[0], 1)
+            self.spelling[path.lower()] = path
             self.files[path.lower()] = bytearray(self.machine.read(data, size) if size else b"")
 
     def TestFolder(self, path: Wide, exists):
+        self.spelling.setdefault(path.lower(), path)
         path = path.lower()
         if exists:
             parts = path.split("\\")
@@ -141,6 +143,9 @@ class TestedPhone(Phone):
 
     def SimLiveFiles(self):
         return len(self.open_files)
+
+    def SimLiveSearches(self):
+        return len(self.searches)
 
     def SimLiveGdi(self):
         return self.device_contexts

@@ -8,6 +8,7 @@
 #include "page_window.h"
 #include "scaling.h"
 #include "shell_values.h"
+#include "sound_catalogue.h"
 #include "text.h"
 #include "user_settings.h"
 
@@ -31,6 +32,7 @@ void restartProgram()
     optionsDialog = currentPage = nullptr;
     listEdited = skinChanged = settingsImported = mailSettingsChanged = false;
     forgetResolution();
+    forgetSounds();
 }
 
 // The stand-in keeps its one phone by the name it has in phones/.

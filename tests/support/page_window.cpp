@@ -2,11 +2,14 @@
 
 #include "doctest.h"
 #include "environment.h"
+#include "extra_settings.h"
 #include "main.h"
+#include "option_file.h"
 #include "options_dialog.h"
 #include "resource.h"
 #include "scaling.h"
 #include "shell_values.h"
+#include "sound_catalogue.h"
 #include "text.h"
 #include "user_settings.h"
 
@@ -104,12 +107,16 @@ void restartProgram()
 {
     freeUserSettings();
     userSettings = UserSettings{};
+    freeExtraSettings();
+    extraSettings = ExtraSettings{};
+    optionFlags = OptionFlags{};
     freeText(appPath);
     isLandscape = 0;
     startProfile = 0;
     optionsDialog = currentPage = nullptr;
     listEdited = skinChanged = settingsImported = mailSettingsChanged = false;
     forgetResolution();
+    forgetSounds();
 }
 
 static constexpr UINT scriptIsOver = WM_APP;
