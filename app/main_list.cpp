@@ -202,7 +202,8 @@ void addMainListColumns(HWND page)
         SendMessageW(list, LVM_INSERTCOLUMNW, i, reinterpret_cast<LPARAM>(&column));
     }
     SendMessageW(list, LVM_SETEXTENDEDLISTVIEWSTYLE, LVS_EX_FULLROWSELECT, LVS_EX_FULLROWSELECT);
-    SendMessageW(list, LVM_SETBKCOLOR, 0, highlightedRow);   // beside the rows, where a screen is wider than the columns
+    SendMessageW(list, LVM_SETBKCOLOR, 0,
+                 highlightedRow);   // beside the rows, where a screen is wider than the columns
 }
 
 void emptyMainList(HWND page)

@@ -69,6 +69,20 @@ bool readTextInto(const RegistryKey &key, const wchar_t *name, DWORD limit, wcha
     return true;
 }
 
+bool readTextCutInto(const RegistryKey &key, const wchar_t *name, wchar_t *to, size_t capacity)
+{
+    DWORD type, size = 0;
+    if (RegQueryValueExW(key.handle(), name, nullptr, &type, nullptr, &size) != ERROR_SUCCESS || type != REG_SZ)
+        return false;
+    const HeapText stored(new wchar_t[size / sizeof(wchar_t) + 1]);
+    BYTE *const bytes = reinterpret_cast<BYTE *>(stored.text);
+    if (RegQueryValueExW(key.handle(), name, nullptr, &type, bytes, &size) != ERROR_SUCCESS || type != REG_SZ)
+        return false;
+    stored.text[size / sizeof(wchar_t)] = 0;
+    copyInto(to, capacity, stored.text);
+    return true;
+}
+
 LONG writeNumber(const RegistryKey &key, const wchar_t *name, DWORD value)
 {
     return RegSetValueExW(key.handle(), name, 0, REG_DWORD, reinterpret_cast<const BYTE *>(&value), sizeof value);

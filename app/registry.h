@@ -40,6 +40,14 @@ template <size_t capacity> bool readText(const RegistryKey &key, const wchar_t *
     return readTextInto(key, name, limit, to, capacity);
 }
 
+// The same for a text of any length, of which the first capacity - 1 characters are taken. Throws OutOfMemory.
+bool readTextCutInto(const RegistryKey &key, const wchar_t *name, wchar_t *to, size_t capacity);
+
+template <size_t capacity> bool readTextCut(const RegistryKey &key, const wchar_t *name, wchar_t (&to)[capacity])
+{
+    return readTextCutInto(key, name, to, capacity);
+}
+
 // Writers return the registry status. A text is stored with its terminator.
 LONG writeNumber(const RegistryKey &key, const wchar_t *name, DWORD value);
 LONG writeText(const RegistryKey &key, const wchar_t *name, const wchar_t *text);

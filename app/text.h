@@ -49,3 +49,20 @@ template <typename Element, size_t count> constexpr size_t countOf(const Element
 // Heap texts. duplicateText throws OutOfMemory when there is no memory; freeText also clears the pointer.
 wchar_t *duplicateText(const wchar_t *text);
 void freeText(wchar_t *&text);
+
+// A heap text that goes with its owner.
+struct HeapText {
+    explicit HeapText(wchar_t *owned) : text(owned) {}
+    ~HeapText() { freeText(text); }
+    HeapText(const HeapText &) = delete;
+    HeapText &operator=(const HeapText &) = delete;
+
+    wchar_t *release()
+    {
+        wchar_t *const released = text;
+        text = nullptr;
+        return released;
+    }
+
+    wchar_t *text;   // may be null
+};

@@ -2,7 +2,7 @@
 
 #include "dialog.h"
 #include "environment.h"
-#include "folder_entries.h"
+#include "folder_search.h"
 #include "language.h"
 #include "log.h"
 #include "main_list.h"
@@ -74,7 +74,7 @@ constexpr LPARAM filesBehind = 66000;
 void makeImages()
 {
     const int width = scaleX(imageSize), height = scaleY(imageSize);
-    images = ImageList_Create(width, height, ILC_COLOR | ILC_MASK, countOf(imageIcons), 0);
+    images = ImageList_Create(width, height, ILC_COLORDDB | ILC_MASK, countOf(imageIcons), 0);
     for (int icon : imageIcons) {
         const HANDLE image = LoadImageW(appInstance, MAKEINTRESOURCEW(icon), IMAGE_ICON, width, height, 0);
         ImageList_ReplaceIcon(images, -1, static_cast<HICON>(image));
@@ -138,12 +138,11 @@ void addEntries(HWND list, const wchar_t *folder)
 {
     wchar_t pattern[pickedPathCapacity + 2];
     formatText(pattern, L"%s%s*", folder, separatorAfter(folder));
-    FolderEntries entries(pattern);
-    while (const WIN32_FIND_DATAW *entry = entries.next()) {
-        if (entry->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
-            addEntry(list, entry->cFileName, folderImage);
+    for (FolderSearch search(pattern); search.atEntry(); search.next()) {
+        if (search.entry().dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+            addEntry(list, search.entry().cFileName, folderImage);
         else if (!foldersOnly)
-            addEntry(list, entry->cFileName, fileImage);
+            addEntry(list, search.entry().cFileName, fileImage);
     }
 }
 

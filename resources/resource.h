@@ -8,6 +8,9 @@
 #define IDI_EDIT_PROFILES 105
 #define IDI_EXPORT 106
 #define IDI_PLAY 107
+#define IDI_EVENT 130   // of the Profile Time dialog
+#define IDI_UP 131
+#define IDI_DOWN 132
 #define IDI_FOLDER 140   // of the Find File dialog
 #define IDI_FILE 141
 
@@ -20,6 +23,8 @@
 #define IDD_ADDON_PAGE 122
 #define IDD_ABOUT_PAGE 120
 #define IDD_ABOUT_PAGE_LANDSCAPE 194
+#define IDD_PROFILE_TIME 173
+#define IDD_PROFILE_TIME_LANDSCAPE 196
 #define IDD_PROFILE_COPY 157
 #define IDD_FIND_FILE 163
 #define IDD_EDIT_PROFILES 172
@@ -89,6 +94,23 @@
 
 // ---- Network Snapshots dialog ----
 #define IDC_SNAPSHOT_LIST 1277
+
+// ---- Profile Time dialog ----
+#define IDC_SWITCH_PROFILE 1253
+#define IDC_TO_TIME_MODE 1268
+#define IDC_SWITCH_TIME 1270
+#define IDC_SWITCH_LIST 1276
+#define IDC_ADD_SWITCH 1278
+#define IDC_DELETE_SWITCH 1279
+#define IDC_MONDAY 1300   // to 1306, Sunday
+#define IDC_EVENT 1338
+#define IDC_TO_EVENT_MODE 1339
+#define IDC_EVENT_HINT 1341
+#define IDC_SWITCH_UP 1365
+#define IDC_SWITCH_DOWN 1366
+#define IDC_SWITCH_TO_TEXT 1600
+#define IDC_ON_TEXT 1601
+#define IDC_AT_TEXT 1602
 
 // ---- Option file editor ----
 #define IDC_OPTION_TEXT 1097

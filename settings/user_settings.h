@@ -63,7 +63,7 @@ struct UserSettings {
     DWORD shutdownDelay = 45;
     DWORD startupDelay;
 
-    DWORD activeProfiles;   // bit 1 << n for profile n; profile 0 is always in use and has no bit
+    DWORD activeProfiles;   // bit 1 << n for profile n; profile 0 is always in use, whatever its bit says
     // profile1 .. profile7. The first begins empty, so that a registry without it is noticed when loading.
     wchar_t profileNames[profileCount][profileNameCapacity] = {L"",     L"Work", L"Meeting", L"Night",
                                                                L"Loud", L"Car",  L"Flight"};

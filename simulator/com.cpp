@@ -1,7 +1,9 @@
 // COM. The program imports the desktop's own ole32.dll; the entry points it uses are redirected here so that a phone
-// without a media player behaves so, and so that the journal tells of it.
+// without a media player behaves so, so that there is a Pocket Outlook, and so that the journal tells of it.
 #include "com.h"
 
+#include "faults.h"
+#include "outlook.h"
 #include "phone.h"
 #include "player.h"
 
@@ -14,7 +16,7 @@ namespace sim {
 namespace {
 
 SRWLOCK objectsLock = SRWLOCK_INIT;
-std::vector<IUnknown *> objects;   // each with one reference of ours, released with the last CoUninitialize
+std::vector<IUnknown *> objects;       // each with one reference of ours, released with the last CoUninitialize
 std::atomic<int> initializations{0};   // of all threads
 
 // The references an object has besides ours.
@@ -31,15 +33,17 @@ std::wstring classText(REFCLSID classId)
     return text;
 }
 
-// The media player is the simulator's own, if the phone has one; any other class is the desktop's.
+// The media player is the simulator's own, if the phone has one, and so is Pocket Outlook; any other class is the desktop's.
 HRESULT createInstance(REFCLSID classId, LPUNKNOWN outer, DWORD context, REFIID interfaceId, LPVOID *object)
 {
+    *object = nullptr;
+    if (failsByOrder(FaultKind::object, L"create", classText(classId).c_str()))
+        return E_FAIL;
+    if (classId == CLSID_OutlookApplication)
+        return createOutlook(outer, interfaceId, object);
     if (classId != mediaPlayerClass)
         return CoCreateInstance(classId, outer, context, interfaceId, object);
-    if (settingNumber(L"media", L"player", 1))
-        return createPlayer(outer, interfaceId, object);
-    *object = nullptr;
-    return REGDB_E_CLASSNOTREG;
+    return settingNumber(L"media", L"player", 1) ? createPlayer(outer, interfaceId, object) : REGDB_E_CLASSNOTREG;
 }
 
 HRESULT WINAPI watchedCreateInstance(REFCLSID classId, LPUNKNOWN outer, DWORD context, REFIID interfaceId,
@@ -131,8 +135,9 @@ bool redirectMainModule()
 int liveObjects()
 {
     Guard guard(objectsLock);
-    return static_cast<int>(
-        std::count_if(objects.begin(), objects.end(), [](IUnknown *each) { return foreignReferences(each) > 0; }));
+    const auto held =
+        std::count_if(objects.begin(), objects.end(), [](IUnknown *each) { return foreignReferences(each) > 0; });
+    return static_cast<int>(held) + liveOutlookFolders();
 }
 
 }   // namespace sim

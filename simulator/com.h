@@ -3,7 +3,7 @@
 
 namespace sim {
 
-// Objects created through CoCreateInstance that the program still holds references to.
+// Objects created through CoCreateInstance, and what Pocket Outlook handed out, that the program still holds references to.
 int liveObjects();
 
 }   // namespace sim

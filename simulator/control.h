@@ -44,7 +44,7 @@ void WINAPI SimShortenWaits(int divisor);
 
 // ---- Faults ------------------------------------------------------------------------------------------------------
 
-// Orders a fault. kind: "registry", "file", "memory", "database" or "sound". n: the nth matching call from now on (1 is the
+// Orders a fault. kind: "registry", "file", "memory", "database", "com" or "sound". n: the nth matching call from now on (1 is the
 // next), once; 0: every matching call. operationAndDetail: "write:lowBatteryLevel", "open:\\Windows\\*", "read:*";
 // null or empty matches every call of the kind. raise: the call throws instead of failing. FALSE for an unknown kind.
 BOOL WINAPI SimOrderFault(const wchar_t *kind, int n, const wchar_t *operationAndDetail, BOOL raise);
@@ -57,7 +57,9 @@ int WINAPI SimLiveFiles(void);         // handles of CreateFileW
 int WINAPI SimLiveSearches(void);      // handles of FindFirstFileW
 int WINAPI SimLiveProcesses(void);     // process and thread handles of CreateProcessW and ShellExecuteEx
 int WINAPI SimLiveKeys(void);          // keys of RegOpenKeyExW and RegCreateKeyExW
-int WINAPI SimLiveObjects(void);       // COM objects of CoCreateInstance
+int WINAPI SimLiveObjects(void);       // COM objects of CoCreateInstance, and Pocket Outlook's folders
+int WINAPI SimLiveDatabases(void);     // handles of CeOpenDatabase and its kin
+int WINAPI SimLiveVolumes(void);       // mounted database volumes
 int WINAPI SimLiveGdi(void);           // GDI objects of this process, the simulator's own included: compare two counts
 
 #ifdef __cplusplus

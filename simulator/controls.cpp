@@ -1,7 +1,12 @@
-// Check boxes and radio buttons in the phone's size: the desktop draws them for its own resolution.
+// Check boxes and radio buttons in the phone's size, because the desktop draws them for its own resolution; date and time
+// pickers at the phone's time.
 #include "core.h"
 #include "phone_windows.h"
 #include "templates.h"
+
+#include <commctrl.h>
+
+extern "C" void WINAPI simGetLocalTime(SYSTEMTIME *time);
 
 namespace sim {
 
@@ -123,6 +128,29 @@ void attachCheckBox(HWND button, DWORD style)
     if (phone().dpi != 96 && (style & BS_PUSHLIKE) == 0 && (isCheck(kind) || isRadio(kind))) {
         putInFront(button, checkKey, checkProc);
     }
+}
+
+namespace {
+
+constexpr wchar_t pickerKey[] = L"PhonePickerProc";
+
+// A picker begins with the present time, which is that of the phone's clock.
+LRESULT CALLBACK pickerProc(HWND picker, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    const LRESULT answer = callFormer(picker, pickerKey, message, wParam, lParam);
+    if (message == WM_CREATE && answer == 0) {
+        SYSTEMTIME now;
+        simGetLocalTime(&now);
+        SendMessageW(picker, DTM_SETSYSTEMTIME, GDT_VALID, reinterpret_cast<LPARAM>(&now));
+    }
+    return answer;
+}
+
+}   // namespace
+
+void attachTimePicker(HWND picker)
+{
+    putInFront(picker, pickerKey, pickerProc);
 }
 
 }   // namespace sim

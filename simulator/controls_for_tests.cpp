@@ -2,6 +2,7 @@
 #include "control.h"
 
 #include "com.h"
+#include "databases.h"
 #include "faults.h"
 #include "files.h"
 #include "memory.h"
@@ -159,6 +160,16 @@ int WINAPI SimLiveKeys()
 int WINAPI SimLiveObjects()
 {
     return liveObjects();
+}
+
+int WINAPI SimLiveDatabases()
+{
+    return liveDatabases();
+}
+
+int WINAPI SimLiveVolumes()
+{
+    return liveVolumes();
 }
 
 int WINAPI SimLiveGdi()

@@ -55,7 +55,7 @@ RECT workArea();
 void journal(const wchar_t *kind, const std::vector<std::wstring> &fields);
 
 // Ordered faults. A call site names its kind and the thing it is about (value name, path, "") and asks once per call.
-enum class FaultKind { registry, file, allocation, database, sound };
+enum class FaultKind { registry, file, allocation, database, object, sound };
 enum class Fault { none, fail, raise };   // raise: the call throws, as a fault inside the system would
 Fault faultDue(FaultKind kind, const wchar_t *operation, const wchar_t *detail);
 

@@ -28,6 +28,7 @@ constexpr KindName kindNames[] = {
     {L"memory", FaultKind::allocation},
     {L"database", FaultKind::database},
     {L"sound", FaultKind::sound},
+    {L"com", FaultKind::object},
 };
 
 SRWLOCK ordersLock = SRWLOCK_INIT;

@@ -1,6 +1,7 @@
 // The phone folder: its phone.ini and its paths.
 #include "phone.h"
 
+#include "databases.h"
 #include "faults.h"
 #include "registry.h"
 
@@ -125,7 +126,7 @@ bool openPhone(const std::wstring &folder, std::wstring &problem)
     }
     settings = parseSettings(text);
     current = readFacts(path);
-    return loadFaults(current, problem) && seedRegistry(current, problem);
+    return loadFaults(current, problem) && checkStores(current, problem) && seedRegistry(current, problem);
 }
 
 std::wstring phoneOfEnvironment()

@@ -7,9 +7,12 @@
 #include "shell.h"
 #include "templates.h"
 
+#include <commctrl.h>
+
 namespace sim {
 
 void attachCheckBox(HWND button, DWORD style);   // controls.cpp
+void attachTimePicker(HWND picker);              // controls.cpp
 
 namespace {
 
@@ -49,6 +52,8 @@ void windowCreated(HWND window, const CREATESTRUCTW &creation)
         attachDialog(window);
     } else if (child && hasClass(window, L"Button")) {
         attachCheckBox(window, creation.style);
+    } else if (child && hasClass(window, DATETIMEPICK_CLASSW)) {
+        attachTimePicker(window);
     }
 }
 

@@ -406,6 +406,41 @@ TEST_CASE("a value holds 4096 bytes; a longer text answers an error and the stor
     CHECK(storedText(L"t", testKey) == std::wstring(2047, L'n'));
 }
 
+// ---- Texts of any length -----------------------------------------------------------------------------------------------
+
+TEST_CASE("a text of any length is read up to the end of the buffer")
+{
+    TestPhone phone;
+    makeKey(testKey);
+    RegistryKey key;
+    REQUIRE(key.open(HKEY_CURRENT_USER, testKey) == 0);
+    for (size_t length : {0, 1, 8, 9, 10, 520, 521, 2047}) {
+        storeText(L"t", std::wstring(length, L'n'), testKey);
+        wchar_t text[10] = L"untouched";
+        CHECK(readTextCut(key, L"t", text));
+        CHECK(std::wstring(text) == std::wstring(length < 9 ? length : 9, L'n'));
+    }
+}
+
+TEST_CASE("a text of any length that is missing, no text or not readable leaves its buffer alone")
+{
+    TestPhone phone;
+    makeKey(testKey);
+    storeNumber(L"number", 7, testKey);
+    storeText(L"t", L"text", testKey);
+    RegistryKey key;
+    REQUIRE(key.open(HKEY_CURRENT_USER, testKey) == 0);
+    wchar_t text[10] = L"untouched";
+    CHECK_FALSE(readTextCut(key, L"missing", text));
+    CHECK_FALSE(readTextCut(key, L"number", text));
+    for (int call : {1, 2}) {   // its size, its content
+        SimOrderFault(L"registry", call, L"read:t", FALSE);
+        CHECK_FALSE(readTextCut(key, L"t", text));
+    }
+    CHECK(std::wstring(text) == L"untouched");
+    CHECK(readTextCut(key, L"t", text));
+}
+
 // ---- Exceptions --------------------------------------------------------------------------------------------------------
 
 TEST_CASE("an exception on the way leaves no key open")

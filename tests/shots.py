@@ -14,7 +14,7 @@ import sys
 import tempfile
 from dataclasses import dataclass
 from pathlib import Path
-from typing import Optional
+from typing import Optional, Tuple
 
 from phone_copy import RUN_WINE, SIMULATOR, TREE, PhoneCopy, delivered_phones, windows_path
 
@@ -37,6 +37,7 @@ class View:
     page: int  # of the property sheet, from 0
     control: Optional[int] = None  # on that page, opens the dialog in question
     line: Optional[int] = None  # of the page's list, clicked before the picture
+    presses: Tuple[int, ...] = ()  # controls of the dialog that are tapped before the picture is taken
     panel: bool = False  # with the input panel up
 
 
@@ -65,13 +66,19 @@ VIEWS = [
     View("profiles-sim-code", 3, line=43),
     View("profiles-program", 3, line=44),
     View("profiles-panel", 3, line=9, panel=True),
+    View("schedule-time", 3, control=1268, presses=(1300, 1301, 1304)),
+    View("schedule-event", 3, control=1268, presses=(1339,)),
 ]
+
+
+SCHEDULE = "2,12345,07:30§3,<ActiveSync>,§0,67,22:00§4,<Busy>,§5,[Office],§"
 
 
 def set_up(phone: PhoneCopy, language: Language):
     phone.set_facts("clock", now=CLOCK)
     phone.set_registry(SETTINGS_KEY, "lang", f"dword:{language.number:08x}")
     watch_everything(phone)
+    phone.set_registry(SETTINGS_KEY, "timeData", f'"{SCHEDULE}"')
     if language.file:
         (phone.folder / INSTALL_FOLDER).mkdir(parents=True, exist_ok=True)
         shutil.copy(TREE / "languages" / language.file, phone.folder / INSTALL_FOLDER)
@@ -97,6 +104,8 @@ def steps_of(view: View, phone: PhoneCopy, picture: Path):
         yield f"line {view.line}"
     if view.control is not None:
         yield f"command {view.control}"
+    for control in view.presses:
+        yield f"press {control}"
     if view.panel:
         yield tap_panel
     yield f"shot {windows_path(picture)}"

@@ -263,6 +263,14 @@ TEST_CASE("every operation on a path can fail, naming the path as given")
         const HANDLE search = FindFirstFileW(L"\\Temp\\*", &found);
         return search != INVALID_HANDLE_VALUE && FindClose(search);
     });
+    check(L"next:\\Temp\\*", [&] {   // f and its copy
+        const HANDLE search = FindFirstFileW(L"\\Temp\\*", &found);
+        const BOOL more = FindNextFileW(search, &found);
+        const DWORD status = GetLastError();
+        FindClose(search);
+        SetLastError(status);
+        return more != FALSE;
+    });
     bool there = true;
     const auto move = [&] {
         const BOOL moved = there ? MoveFileW(L"\\Temp\\f", L"\\Temp\\m") : MoveFileW(L"\\Temp\\m", L"\\Temp\\f");

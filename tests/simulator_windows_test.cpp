@@ -395,6 +395,29 @@ TEST_CASE("dialog units come from the system font whatever a template says, on e
     }
 }
 
+TEST_CASE("a date and time picker begins at the time of the phone's clock")
+{
+    TestPhone phone;
+    const INITCOMMONCONTROLSEX classes = {sizeof classes, ICC_DATE_CLASSES};
+    InitCommonControlsEx(&classes);
+    const SYSTEMTIME standing = {2008, 3, 5, 7, 14, 5, 9, 0};
+    SimSetClock(&standing);
+    const HWND parent =
+        CreateWindowExW(0, L"Static", L"", WS_POPUP, 0, 0, 100, 100, nullptr, nullptr, nullptr, nullptr);
+    const HWND picker = CreateWindowExW(0, DATETIMEPICK_CLASSW, L"", WS_CHILD | DTS_TIMEFORMAT, 0, 0, 80, 20, parent,
+                                        nullptr, nullptr, nullptr);
+    REQUIRE(picker);
+    SYSTEMTIME shown = {};
+    CHECK(SendMessageW(picker, DTM_GETSYSTEMTIME, 0, reinterpret_cast<LPARAM>(&shown)) == GDT_VALID);
+    CHECK(shown.wYear == 2008);
+    CHECK(shown.wMonth == 3);
+    CHECK(shown.wDay == 7);
+    CHECK(shown.wHour == 14);
+    CHECK(shown.wMinute == 5);
+    DestroyWindow(parent);
+    SimSetClock(nullptr);
+}
+
 TEST_CASE("a template that is cut off or no template makes no dialog")
 {
     const TestPhone phone;

@@ -12,12 +12,16 @@
 #include "control.h"
 #include "display_page.h"
 #include "doctest.h"
+#include "edit_profiles.h"
 #include "environment.h"
+#include "find_file.h"
 #include "intercept.h"
 #include "language.h"
 #include "option_file_editor.h"
 #include "options_dialog.h"
 #include "page_window.h"
+#include "profile_copy.h"
+#include "profile_schedule.h"
 #include "profiles_page.h"
 #include "shell_values.h"
 #include "test_phone.h"
@@ -56,14 +60,14 @@ const std::vector<Control> listPageControls = {
     {1289, "drop-down list"},
     {1293, "combo box"},
     {1297, "combo box"},
-    {1290, "icon"},
+    {1290, "tapped icon"},
     {1327, "check box"},
     {1326, "check box"},
     {1328, "check box"},
     {1295, "check box"},
-    {1291, "Edit"},
+    {1291, "text field"},
     {1325, "button"},
-    {1355, "Edit"},
+    {1355, "text field"},
     {1072, "drop-down list"},
     {1261, "label"},
     {1074, "drop-down list"},
@@ -72,15 +76,33 @@ const std::vector<Control> listPageControls = {
     {1310, "drop-down list"},
     {1077, "SysTabControl32"},
     {1266, "SysListView32"},
-    {1268, "icon"},
-    {1280, "icon"},
-    {1351, "icon"},
+    {1268, "tapped icon"},
+    {1280, "tapped icon"},
+    {1351, "tapped icon"},
     {1140, "icon"},
 };
 
 bool isDialog(const Template &row)
 {
     return row.caption != nullptr;
+}
+
+const std::vector<Control> profileTimeControls = {
+    {1600, "label"},          {1253, "drop-down list"}, {1339, "tapped icon"},       {1268, "tapped icon"},
+    {1601, "label"},          {1300, "tapped label"},   {1301, "tapped label"},      {1302, "tapped label"},
+    {1303, "tapped label"},   {1304, "tapped label"},   {1305, "tapped label"},      {1306, "tapped label"},
+    {1338, "drop-down list"}, {1602, "label"},          {1270, "SysDateTimePick32"}, {1341, "label"},
+    {1278, "button"},         {1279, "button"},         {1365, "tapped icon"},       {1366, "tapped icon"},
+    {1276, "SysListView32"},
+};
+
+// The dialog begins in time mode; this is its other one.
+INT_PTR CALLBACK profileEventProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    const INT_PTR answer = ProfileTimeDlgProc(dialog, message, wParam, lParam);
+    if (message == WM_INITDIALOG)
+        SendMessageW(dialog, WM_COMMAND, 1339, 0);
+    return answer;
 }
 
 const std::vector<Template> &templates()
@@ -116,6 +138,51 @@ const std::vector<Template> &templates()
          0,
          {{1097, "text field"}, {1, "button"}, {2, "button"}},
          "Kelvane_User.cfg"},
+        {157,
+         ProfileCopyProc,
+         everyScreen,
+         0,
+         {{anonymous, "label"},
+          {1257, "drop-down list"},
+          {anonymous, "label"},
+          {1409, "drop-down list"},
+          {1406, "button"},
+          {2, "button"}},
+         "Profile Copy Settings"},
+        {163,
+         FindFileProc,
+         everyScreen,
+         0,
+         {{anonymous, "label"}, {1320, "text field"}, {1321, "button"}, {1322, "button"}, {1319, "SysListView32"}},
+         "Find File"},
+        {172,
+         EditProfilesProc,
+         everyScreen,
+         0,
+         {{1368, "label"},
+          {1369, "label"},
+          {1343, "check box"},
+          {1350, "text field"},
+          {1344, "check box"},
+          {1351, "text field"},
+          {1345, "check box"},
+          {1352, "text field"},
+          {1346, "check box"},
+          {1353, "text field"},
+          {1347, "check box"},
+          {1354, "text field"},
+          {1348, "check box"},
+          {1355, "text field"},
+          {1349, "check box"},
+          {1356, "text field"},
+          {1376, "check box"},
+          {1, "button"},
+          {2, "button"}},
+         "Edit Profiles"},
+        {173, ProfileTimeDlgProc, portraitOnly, 0, profileTimeControls, "Profile Time"},
+        {173, profileEventProc, portraitOnly, 0, profileTimeControls, "Profile Time"},
+        {196, ProfileTimeDlgProc, landscapeOnly, 0, profileTimeControls, "Profile Time"},
+        {196, profileEventProc, landscapeOnly, 0, profileTimeControls, "Profile Time"},
     };
     return table;
 }
@@ -183,6 +250,8 @@ const std::vector<Language> &languages()
 struct StartedPhone : TestPhone {
     explicit StartedPhone(const char *base = "wm6") : TestPhone(base)
     {
+        const INITCOMMONCONTROLSEX classes = {sizeof classes, ICC_DATE_CLASSES};
+        InitCommonControlsEx(&classes);
         restartProgram();
         getAppPath();
         for (const Language &language : languages())
@@ -212,14 +281,15 @@ std::string kindOfButton(LONG_PTR style)
 
 std::string kindOfStatic(LONG_PTR style)
 {
+    const bool operatedByKeys = (style & SS_NOTIFY) && (style & WS_TABSTOP);
     switch (style & SS_TYPEMASK) {
     case SS_ICON:
-        return style & SS_NOTIFY ? "icon" : "mute icon";
+        return operatedByKeys ? "tapped icon" : style & SS_NOTIFY ? "icon" : "mute icon";
     case SS_LEFT:
     case SS_CENTER:
     case SS_RIGHT:
     case SS_LEFTNOWORDWRAP:
-        return "label";
+        return operatedByKeys ? "tapped label" : "label";
     }
     return "unknown static";
 }
@@ -583,7 +653,7 @@ TEST_CASE("tabbing reaches every control that can have the focus")
                 break;
         }
         for (HWND control : controlsOf(page)) {
-            const bool wanted = isFocusable(kindOf(control)) && isShown(control);
+            const bool wanted = isFocusable(kindOf(control)) && isShown(control) && IsWindowEnabled(control);
             INFO("control " << idOf(control));
             CHECK((std::find(reached.begin(), reached.end(), control) != reached.end()) == wanted);
         }

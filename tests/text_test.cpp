@@ -221,6 +221,22 @@ TEST_CASE("duplicating without memory throws and holds nothing")
 
 // ---- Allocation --------------------------------------------------------------------------------------------------------
 
+TEST_CASE("a heap text goes with its owner, unless that has released it")
+{
+    const int before = SimLiveAllocations();
+    {
+        const HeapText owner(duplicateText(L"text"));
+        const HeapText nothing(nullptr);
+        CHECK(std::wstring(owner.text) == L"text");
+    }
+    CHECK(SimLiveAllocations() == before);
+    HeapText owner(duplicateText(L"text"));
+    wchar_t *released = owner.release();
+    CHECK(owner.text == nullptr);
+    freeText(released);
+    CHECK(SimLiveAllocations() == before);
+}
+
 TEST_CASE("exhausted memory is an exception for objects and for arrays")
 {
     TestPhone phone;

@@ -5,8 +5,10 @@
 
 #include "aygshell.h"
 #include "commdlg.h"
+#include "databases.h"
 #include "mediaplayer.h"
 #include "phone.h"
+#include "pocketoutlook.h"
 #include "prsht.h"
 #include "shell_execute.h"
 
@@ -88,6 +90,16 @@ LIES_AT(ShellExecuteInfo, hProcess, 56);
 static_assert(sizeof(LOGFONTW) == 92 && sizeof(SYSTEMTIME) == 16 && sizeof(PAINTSTRUCT) == 64);
 static_assert(sizeof(SCROLLINFO) == 28 && sizeof(PROCESS_INFORMATION) == 16 && sizeof(INITCOMMONCONTROLSEX) == 8);
 static_assert(sizeof(DLGTEMPLATE) == 18);
+
+static_assert(sizeof(CEGUID) == 16 && sizeof(CEBLOB) == 8 && sizeof(CEPROPVAL) == 16 && sizeof(CENOTIFYREQUEST) == 20);
+LIES_AT(CEBLOB, lpb, 4);
+LIES_AT(CEPROPVAL, wFlags, 6);
+LIES_AT(CEPROPVAL, val, 8);
+static_assert(sizeof(SORTORDERSPECEX) == 32 && sizeof(CEVOLUMEOPTIONS) == 112);
+LIES_AT(SORTORDERSPECEX, rgPropID, 8);
+LIES_AT(SORTORDERSPECEX, rgdwFlags, 20);
+LIES_AT(CEVOLUMEOPTIONS, dwDefaultTimeout, 20);
+LIES_AT(CEVOLUMEOPTIONS, dwFlags, 108);
 
 // ---- Constants -------------------------------------------------------------------------------------------------------
 

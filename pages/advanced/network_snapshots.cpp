@@ -1,7 +1,7 @@
 #include "network_snapshots.h"
 
 #include "environment.h"
-#include "folder_entries.h"
+#include "folder_search.h"
 #include "log.h"
 #include "resource.h"
 #include "text.h"
@@ -18,13 +18,13 @@ void addSnapshots(HWND list, UINT addMessage)
         return;
     wchar_t pattern[MAX_PATH + 2];
     formatText(pattern, L"%s\\*", folder);
-    FolderEntries entries(pattern);
-    while (const WIN32_FIND_DATAW *entry = entries.next()) {
-        const wchar_t *end = wcsstr(entry->cFileName, snapshotExtension);
+    for (FolderSearch search(pattern); search.atEntry(); search.next()) {
+        const wchar_t *fileName = search.entry().cFileName;
+        const wchar_t *end = wcsstr(fileName, snapshotExtension);
         if (!end)
             continue;
         wchar_t name[MAX_PATH];
-        copyInto(name, end - entry->cFileName + 1, entry->cFileName);
+        copyInto(name, end - fileName + 1, fileName);
         SendMessageW(list, addMessage, 0, reinterpret_cast<LPARAM>(name));
     }
 }

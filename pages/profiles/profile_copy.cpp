@@ -118,8 +118,8 @@ LONG copyProfileValues(const RegistryKey &sourceKey, const RegistryKey &targetKe
     for (DWORD index = 0;; ++index) {
         wchar_t name[nameCapacity];
         DWORD nameSize = nameCapacity, size = dataCapacity, type;
-        const LONG status = RegEnumValueW(sourceKey.handle(), index, name, &nameSize, nullptr, &type,
-                                          buffer.bytes, &size);
+        const LONG status =
+            RegEnumValueW(sourceKey.handle(), index, name, &nameSize, nullptr, &type, buffer.bytes, &size);
         if (status != ERROR_SUCCESS)
             return status;
         RegSetValueExW(targetKey.handle(), name, 0, type, buffer.bytes, size);

@@ -4,6 +4,7 @@
 #include "current_profile.h"
 #include "edit_profiles.h"
 #include "file_pickers.h"
+#include "key_operated.h"
 #include "language.h"
 #include "main_list.h"
 #include "option_file.h"
@@ -23,7 +24,8 @@ int currentProfile;
 
 namespace {
 
-constexpr ControlIcon headerIcons[] = {   // from right to left
+constexpr ControlIcon headerIcons[] = {
+    // from right to left
     {IDC_EXPORT, IDI_EXPORT},
     {IDC_EDIT_PROFILES, IDI_EDIT_PROFILES},
     {IDC_SCHEDULE, IDI_SCHEDULE},
@@ -133,13 +135,20 @@ struct WatchedSetting {
 };
 
 constexpr WatchedSetting watchedSettings[] = {
-    {42, &UserSettings::emailCustomAlarms, false}, {43, &UserSettings::emailCustomAlarms, false},
-    {7, &UserSettings::missedCalls, false},        {33, &UserSettings::missedCalls, true},
-    {6, &UserSettings::voiceMail, false},          {32, &UserSettings::voiceMail, true},
-    {4, &UserSettings::SMS, false},                {30, &UserSettings::SMS, true},
-    {39, &UserSettings::MMS, false},               {40, &UserSettings::MMS, true},
-    {5, &UserSettings::Email, false},              {31, &UserSettings::Email, true},
-    {36, &UserSettings::reminders, false},         {37, &UserSettings::reminders, true},
+    {42, &UserSettings::emailCustomAlarms, false},
+    {43, &UserSettings::emailCustomAlarms, false},
+    {7, &UserSettings::missedCalls, false},
+    {33, &UserSettings::missedCalls, true},
+    {6, &UserSettings::voiceMail, false},
+    {32, &UserSettings::voiceMail, true},
+    {4, &UserSettings::SMS, false},
+    {30, &UserSettings::SMS, true},
+    {39, &UserSettings::MMS, false},
+    {40, &UserSettings::MMS, true},
+    {5, &UserSettings::Email, false},
+    {31, &UserSettings::Email, true},
+    {36, &UserSettings::reminders, false},
+    {37, &UserSettings::reminders, true},
 };
 
 void chooseRows()
@@ -252,7 +261,7 @@ void changeProfile(HWND page)
 
 // ---- Buttons and icons --------------------------------------------------------------------------------------------
 
-constexpr size_t soundTextCapacity = 101;   // 100 characters of a sound's name are read
+constexpr size_t soundTextCapacity = 101;           // 100 characters of a sound's name are read
 constexpr int specialSoundTexts[] = {93, 61, 94};   // "<system>", "<vibrate>", "<silent>"
 
 // A name that stands for something else than a file.
@@ -305,9 +314,7 @@ void editProfiles(HWND page)
 }
 
 // Where the dialog that exports, imports, copies and backs up will be opened.
-void exportOrImport(HWND)
-{
-}
+void exportOrImport(HWND) {}
 
 struct Action {
     WPARAM command;
@@ -365,12 +372,14 @@ void fitProfileSelector(HWND page)
     lowerProfileSelector(selector);
 }
 
-constexpr int ownControls[] = {IDC_PROFILE_SELECTOR, IDC_SCHEDULE, IDC_EDIT_PROFILES, IDC_EXPORT};
-
-void showOwnControls(HWND page)
+// The Advanced page has no use for these, so the template hides them.
+void showHeaderControls(HWND page)
 {
-    for (int control : ownControls)
-        ShowWindow(GetDlgItem(page, control), SW_SHOW);
+    ShowWindow(GetDlgItem(page, IDC_PROFILE_SELECTOR), SW_SHOW);
+    for (const ControlIcon &row : headerIcons) {
+        ShowWindow(GetDlgItem(page, row.control), SW_SHOW);
+        makeKeyOperated(page, row.control);
+    }
 }
 
 void fillSoundLists(HWND page)
@@ -398,7 +407,8 @@ void beginPage(HWND page)
     currentPage = page;
     setControlTexts(page, labels);
     loadControlIcon(page, playIcon);
-    showOwnControls(page);
+    makeKeyOperated(page, IDC_PLAY);
+    showHeaderControls(page);
     fitProfileSelector(page);
     currentProfile = startProfile;
     fillProfileSelector(page);

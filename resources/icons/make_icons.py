@@ -38,6 +38,9 @@ ICONS = {
     "edit.ico": ((16, "edit-16.svg"), (32, "edit.svg")),
     "export.ico": ((16, "export-16.svg"), (32, "export.svg")),
     "play.ico": ((16, "play-16.svg"), (32, "play.svg")),
+    "event.ico": ((16, "event-16.svg"), (32, "event.svg")),
+    "up.ico": ((16, "up-16.svg"), (32, "up.svg")),
+    "down.ico": ((16, "down-16.svg"), (32, "down.svg")),
     "folder.ico": ((16, "folder-16.svg"), (32, "folder.svg")),
     "file.ico": ((16, "file-16.svg"), (32, "file.svg")),
 }

@@ -8,6 +8,7 @@
 //   page N         shows the sheet's page N, counted from 0
 //   command N      does what a tap on the control N of the page or dialog on top does, and waits for the dialog it opens
 //   line N         goes to line N of the page's list, counted from 0, with the arrow keys, which click every line they reach
+//   press N        does the same where no dialog opens, and waits until that shows
 //   close          cancels the dialog on top
 //   tap X Y        taps the screen there, and waits until that shows
 //   shot FILE      writes the screen to FILE, a bitmap, once it has come to rest
@@ -206,6 +207,18 @@ bool goToLine(const wchar_t *argument)
     return list && selectedLine(list) == target;
 }
 
+bool pressInPlace(const wchar_t *argument)
+{
+    const HWND dialog = topDialog(), owner = dialog == sheet ? currentPage() : dialog;
+    const int control = wcstol(argument, nullptr, 10);
+    Picture before;
+    if (!comesToRest(before))
+        return false;
+    PostMessageW(owner, WM_COMMAND, MAKEWPARAM(control, BN_CLICKED),
+                 reinterpret_cast<LPARAM>(GetDlgItem(owner, control)));
+    return waitFor([&] { return takePicture().points != before.points; });
+}
+
 bool closeDialog(const wchar_t *)
 {
     const HWND dialog = topDialog();
@@ -238,7 +251,7 @@ constexpr struct {
     const wchar_t *name;
     bool (*run)(const wchar_t *argument);
 } steps[] = {
-    {L"page", showPage},     {L"command", pressControl}, {L"line", goToLine},
+    {L"page", showPage},     {L"command", pressControl}, {L"press", pressInPlace}, {L"line", goToLine},
     {L"close", closeDialog}, {L"tap", tapScreen},        {L"shot", shoot},
 };
 

@@ -793,6 +793,16 @@ class Services:
         self.machine.write_wide(data, text)
         return 1
 
+    def GetLocaleInfoW(self, locale, kind, data, size):
+        """The user's region only; of it, the time separator and whether the hours are counted to 24."""
+        known = {0x0409: (":", "0"), 0x0407: (":", "1"), 0x040B: (".", "1")}
+        fields = {0x1E: 0, 0x23: 1}   # LOCALE_STIME, LOCALE_ITIME
+        texts = known.get(self.settings.number("locale", "id", 0x0409))
+        if locale != 0x0400 or kind not in fields or not texts or size < 2:
+            return self.fail(ERROR_INVALID_PARAMETER)
+        self.machine.write_wide(data, texts[fields[kind]])
+        return 2
+
     def GetSystemMetrics(self, index):
         screen = {0: ("width", 240), 1: ("height", 320)}
         return self.settings.number("screen", *screen[index]) if index in screen else 0

@@ -34,8 +34,8 @@ void setName(const fs::path &folder, const std::wstring &name)
 
 fs::path hostPathOf(const wchar_t *path)
 {
-    wchar_t buffer[MAX_PATH];
-    REQUIRE(SimHostPath(path, buffer, MAX_PATH));
+    wchar_t buffer[2 * MAX_PATH];   // a name may be as long as a whole path of the phone
+    REQUIRE(SimHostPath(path, buffer, 2 * MAX_PATH));
     return buffer;
 }
 
