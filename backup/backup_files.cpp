@@ -2,7 +2,7 @@
 
 #include "environment.h"
 #include "exchange_file.h"
-#include "folder_entries.h"
+#include "folder_search.h"
 #include "text.h"
 
 namespace {
@@ -49,10 +49,9 @@ void copySnapshots(const wchar_t *fromFolder, const wchar_t *toFolder)
 {
     FilePath pattern;
     buildPath(pattern, fromFolder, L"*");
-    FolderEntries entries(pattern);
-    while (const WIN32_FIND_DATAW *entry = entries.next())
-        if (isSnapshot(*entry))
-            copyFile(entry->cFileName, fromFolder, toFolder);
+    for (FolderSearch search(pattern); search.atEntry(); search.next())
+        if (isSnapshot(search.entry()))
+            copyFile(search.entry().cFileName, fromFolder, toFolder);
 }
 
 }   // namespace

@@ -185,9 +185,9 @@ void importContent(char *content)
 
 bool importFile(WholeFile &file)
 {
-    if (!file.readContent())
-        return false;
     try {
+        if (!file.readContent())
+            return false;
         importContent(static_cast<char *>(file.content()));
         return true;
     } catch (...) {
