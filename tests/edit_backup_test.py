@@ -239,8 +239,7 @@ class Failing(EditBackup):
 
     def test_a_full_disk_of_the_phone_changes_nothing(self):
         # The edit succeeds; the export afterwards does not get its file written.
-        self.assertEqual(self.edit_by_batch('echo [storage]>>"%phone%\\phone.ini"',
-                                            'echo full=1 >>"%phone%\\phone.ini"'), 1, self.said_safely())
+        self.assertEqual(self.edit_by_batch(r'echo file write:* fail>"%phone%\faults.txt"'), 1)
         self.assertIn("export failed (exit code 4)", self.said)
         self.assert_kept()
         self.assertEqual(self.copies(), [])

@@ -11,7 +11,7 @@
 //   press N        does the same where no dialog opens, and waits until that shows
 //   choose C N     chooses entry N of the page's drop-down list C
 //   ok             does what a tap on the ok button does to the sheet, and waits until that is gone
-//   close          cancels the dialog on top
+//   close          closes the dialog on top
 //   tap X Y        taps the screen there, and waits until that shows
 //   shot FILE      writes the screen to FILE, a bitmap, once it has come to rest
 //
@@ -243,7 +243,8 @@ bool confirmSheet(const wchar_t *)
 bool closeDialog(const wchar_t *)
 {
     const HWND dialog = topDialog();
-    PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+    // As its caption's close button does: there may be more behind a dialog's Cancel button than closing it.
+    PostMessageW(dialog, WM_CLOSE, 0, 0);
     return waitFor([&] { return !IsWindow(dialog); });
 }
 
