@@ -9,8 +9,9 @@ namespace {
 
 constexpr int finishedText = 16;
 
-constexpr DWORD nameCapacity = 260;   // characters of a value's or subkey's name, the terminator included
-constexpr DWORD dataCapacity = 4200;  // bytes of a value
+constexpr DWORD nameCapacity = 260;     // characters of a value's or subkey's name, the terminator included
+constexpr DWORD dataCapacity = 4200;    // bytes of a value
+constexpr DWORD longestCharacter = 4;   // bytes of a 16-bit character in any code page
 
 constexpr char lineEnd[] = "\r\n";
 constexpr char blankLine[] = "\r\n\r\n";
@@ -18,11 +19,12 @@ constexpr char blankLine[] = "\r\n\r\n";
 // The file, written in blocks, and the buffers for what goes into it; too much for a phone's stack.
 struct Export {
     FileHandle file;
-    char pending[4096];
+    char pending[longestCharacter * (dataCapacity / sizeof(wchar_t) + 2)];   // holds the longest text
     DWORD used = 0;
     wchar_t name[nameCapacity];
     // With room for the terminator that a text may lack, and for half a character before it.
     wchar_t data[dataCapacity / sizeof(wchar_t) + 2];
+    DWORD dataSize;   // bytes
 
     void flush();
     void append(const char *bytes, DWORD size);
@@ -47,15 +49,15 @@ void Export::append(const char *bytes, DWORD size)
     used += size;
 }
 
-// One character at a time, so that a text of any length passes through.
 void Export::append(const wchar_t *text)
 {
-    for (; *text; ++text) {
-        char bytes[8];
-        const int count = WideCharToMultiByte(CP_ACP, 0, text, 1, bytes, sizeof bytes, nullptr, nullptr);
-        if (count > 0)
-            append(bytes, static_cast<DWORD>(count));
-    }
+    const DWORD length = static_cast<DWORD>(wcslen(text));
+    if (length * longestCharacter > sizeof pending - used)
+        flush();
+    const int count = WideCharToMultiByte(CP_ACP, 0, text, static_cast<int>(length), pending + used,
+                                          static_cast<int>(sizeof pending - used), nullptr, nullptr);
+    if (count > 0)
+        used += static_cast<DWORD>(count);
 }
 
 void Export::append(int number)
@@ -67,25 +69,28 @@ void Export::append(int number)
 
 // ---- One value ----------------------------------------------------------------------------------------------------------
 
-// The number is read anew by its name, as four bytes.
-int numberOf(HKEY key, const wchar_t *name)
+// A number is what four bytes hold. One of another size is asked for again as four bytes: a longer one is not given then.
+int numberOf(HKEY key, const Export &out)
 {
     DWORD value = 0, size = sizeof value;
-    RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<BYTE *>(&value), &size);
+    if (out.dataSize == size)
+        memcpy(&value, out.data, size);
+    else
+        RegQueryValueExW(key, out.name, nullptr, nullptr, reinterpret_cast<BYTE *>(&value), &size);
     return static_cast<int>(value);
 }
 
 // Data of any type but a number is written as the text it would be, up to its first zero character.
-void writeValueLine(HKEY key, Export &out, const wchar_t *name, DWORD type, const wchar_t *data)
+void writeValueLine(HKEY key, Export &out, DWORD type)
 {
-    out.append(name);
+    out.append(out.name);
     out.append("=");
     out.append(static_cast<int>(type));
     out.append(",");
     if (type == REG_DWORD)
-        out.append(numberOf(key, name));
+        out.append(numberOf(key, out));
     else
-        out.append(data);
+        out.append(out.data);
     out.append(lineEnd);
 }
 
@@ -95,10 +100,13 @@ void writeValueLine(HKEY key, Export &out, const wchar_t *name, DWORD type, cons
 // such a value is not exported.
 bool readValue(HKEY key, DWORD index, Export &out, DWORD &type)
 {
-    DWORD nameSize = nameCapacity, dataSize = dataCapacity;
-    memset(out.data, 0, sizeof out.data);
-    return RegEnumValueW(key, index, out.name, &nameSize, nullptr, &type, reinterpret_cast<BYTE *>(out.data),
-                         &dataSize) == ERROR_SUCCESS;
+    DWORD nameSize = nameCapacity;
+    out.dataSize = dataCapacity;
+    BYTE *const data = reinterpret_cast<BYTE *>(out.data);
+    if (RegEnumValueW(key, index, out.name, &nameSize, nullptr, &type, data, &out.dataSize) != ERROR_SUCCESS)
+        return false;
+    memset(data + out.dataSize, 0, sizeof(wchar_t) + out.dataSize % sizeof(wchar_t));   // the terminator it may lack
+    return true;
 }
 
 void writeKeyValues(HKEY key, Export &out)
@@ -106,7 +114,7 @@ void writeKeyValues(HKEY key, Export &out)
     DWORD type;
     for (DWORD index = 0; readValue(key, index, out, type); ++index)
         if (_wcsicmp(out.name, installPathValue) != 0)
-            writeValueLine(key, out, out.name, type, out.data);
+            writeValueLine(key, out, type);
 }
 
 void writeSubkey(const RegistryKey &parent, Export &out, const wchar_t *name)
