@@ -117,6 +117,8 @@ void writeKeyValues(HKEY key, Export &out)
             writeValueLine(key, out, type);
 }
 
+// A key without values leaves three line ends in a row, at which an import loses its place. Kept: the format has no other way to
+// say it, and the program's keys always have values.
 void writeSubkey(const RegistryKey &parent, Export &out, const wchar_t *name)
 {
     RegistryKey key;
