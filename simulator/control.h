@@ -44,9 +44,10 @@ void WINAPI SimShortenWaits(int divisor);
 
 // ---- Faults ------------------------------------------------------------------------------------------------------
 
-// Orders a fault. kind: "registry", "file", "memory", "database", "com" or "sound". n: the nth matching call from now on (1 is the
-// next), once; 0: every matching call. operationAndDetail: "write:lowBatteryLevel", "open:\\Windows\\*", "read:*";
-// null or empty matches every call of the kind. raise: the call throws instead of failing. FALSE for an unknown kind.
+// Orders a fault. kind: "registry", "file", "memory", "database", "com" or "sound". n: the nth matching call from now on
+// (1 is the next), once; 0: every matching call. operationAndDetail: "write:lowBatteryLevel", "open:\\Windows\\*",
+// "read:*"; null or empty matches every call of the kind. raise: the call throws instead of failing. FALSE for an unknown
+// kind.
 BOOL WINAPI SimOrderFault(const wchar_t *kind, int n, const wchar_t *operationAndDetail, BOOL raise);
 void WINAPI SimClearFaults(void);
 

@@ -19,6 +19,13 @@ Names namesOf(const wchar_t *pattern)
     return names;
 }
 
+DWORD firstAttributes(const wchar_t *pattern)
+{
+    const FolderSearch search(pattern);
+    REQUIRE(search.atEntry());
+    return search.entry().dwFileAttributes;
+}
+
 }   // namespace
 
 TEST_CASE("every entry of a folder is found once")
@@ -36,14 +43,10 @@ TEST_CASE("an entry says whether it is a folder")
     TestPhone phone;
     phone.removeFolder(L"\\Temp");
     phone.writeFile(L"\\Temp\\file", "12345");
-    FolderSearch files(L"\\Temp\\*");
-    REQUIRE(files.atEntry());
-    CHECK((files.entry().dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0);
+    CHECK((firstAttributes(L"\\Temp\\*") & FILE_ATTRIBUTE_DIRECTORY) == 0);
     phone.removeFolder(L"\\Temp");
     phone.makeFolder(L"\\Temp\\folder");
-    FolderSearch folders(L"\\Temp\\*");
-    REQUIRE(folders.atEntry());
-    CHECK((folders.entry().dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0);
+    CHECK((firstAttributes(L"\\Temp\\*") & FILE_ATTRIBUTE_DIRECTORY) != 0);
 }
 
 TEST_CASE("a folder that is empty, missing or unreadable has no entries")

@@ -1,6 +1,7 @@
 // The system's file dialogs of the simulated phone.
 #include "commdlg.h"
 #include "doctest.h"
+#include "modal_dialog.h"
 #include "test_phone.h"
 
 namespace {
@@ -81,4 +82,25 @@ TEST_CASE("a path that does not fit is not given, and a record of another size i
     CHECK_FALSE(ask(GetOpenFileNameW, 0, 0).chosen);
     CHECK_FALSE(ask(GetOpenFileNameW, 0, 260, 88).chosen);
     CHECK_FALSE(GetOpenFileNameW(nullptr));
+}
+
+TEST_CASE("without an answer the desktop's dialog asks, in the phone's root")
+{
+    constexpr UINT setControlTextMessage = WM_USER + 104;   // CDM_SETCONTROLTEXT
+    constexpr WPARAM nameField = 0x47C;                     // cmb13
+    TestPhone phone;
+    phone.writeFile(L"\\a.txt", "");
+    Asked asked = {};
+    CHECK(runModal([&] { asked = ask(GetOpenFileNameW, pathMustExist | fileMustExist); },
+                   [](HWND dialog) { SendMessageW(dialog, WM_COMMAND, IDCANCEL, 0); }));
+    CHECK_FALSE(asked.chosen);
+    CHECK(runModal([&] { asked = ask(GetOpenFileNameW, pathMustExist | fileMustExist); },
+                   [](HWND dialog) {
+                       SendMessageW(dialog, setControlTextMessage, nameField, reinterpret_cast<LPARAM>(L"a.txt"));
+                       SendMessageW(dialog, WM_COMMAND, IDOK, 0);
+                   }));
+    CHECK(asked.chosen);
+    CHECK(asked.path == L"\\a.txt");
+    CHECK(phone.journal("file-dialog") ==
+          std::vector<std::string>{"file-dialog open  0x1800  cancelled", "file-dialog open  0x1800  \\a.txt"});
 }

@@ -31,7 +31,7 @@ ANSWERS = {
     "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "LoadCursorW": 0x209, "LoadIconW": 0x206, "LoadImageW": 0x207,
     "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0, "SelectObject": 0x208, "SetBkMode": 1,
     "SetCursor": 0, "SetFocus": 0,
-    "DrawFocusRect": 1, "GetDlgCtrlID": 0, "GetFocus": 0, "GetParent": 0, "InvalidateRect": 1, "SetFocus": 0,
+    "DrawFocusRect": 1, "GetDlgCtrlID": 0, "GetFocus": 0, "GetParent": 0, "InvalidateRect": 1, "SetDlgItemTextW": 1, "SetFocus": 0, "UpdateWindow": 1,
     "SetCursor": 0,
     "SetForegroundWindow": 1, "SetTextColor": 0, "SetWindowPos": 1, "ShowWindow": 1, "TranslateMessage": 0,
 }
