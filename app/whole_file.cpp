@@ -56,19 +56,19 @@ bool WholeFile::allocate(DWORD size)
     return true;
 }
 
-bool WholeFile::open(const wchar_t *path)
-{
-    return file.forReading(path);
-}
-
-bool WholeFile::readContent()
+bool WholeFile::read(const FileHandle &file)
 {
     if (!allocate(GetFileSize(file.handle(), nullptr)))
         return false;
     if (!ReadFile(file.handle(), block, fileSize, &bytesRead, nullptr))
         bytesRead = 0;
-    file.close();
     return true;
+}
+
+bool WholeFile::read(const wchar_t *path)
+{
+    FileHandle file;
+    return file.forReading(path) && read(file);
 }
 
 // ---- Writing ------------------------------------------------------------------------------------------------------

@@ -32,11 +32,10 @@ public:
     WholeFile &operator=(const WholeFile &) = delete;
     ~WholeFile() { free(block); }
 
-    // Opens the file and reads it; each to be called once. False when it cannot be opened, has no size or one of more than
-    // 256 MB, or when there is no memory for it.
-    bool open(const wchar_t *path);
-    bool readContent();
-    bool read(const wchar_t *path) { return open(path) && readContent(); }
+    // One of these is to be called, once. False when the file cannot be opened, has no size or one of more than 256 MB, or when
+    // there is no memory for it.
+    bool read(const wchar_t *path);
+    bool read(const FileHandle &file);
 
     // After reading has answered true. Zeros for a character of either width follow the content. Bytes that could not be read
     // are zero as well.
@@ -47,7 +46,6 @@ public:
 private:
     bool allocate(DWORD size);
 
-    FileHandle file;
     void *block = nullptr;
     DWORD fileSize = 0;
     DWORD bytesRead = 0;

@@ -183,12 +183,13 @@ void importContent(char *content)
 
 // ---- The file -----------------------------------------------------------------------------------------------------------
 
-bool importFile(WholeFile &file)
+bool importFile(const FileHandle &file)
 {
     try {
-        if (!file.readContent())
+        WholeFile whole;
+        if (!whole.read(file))
             return false;
-        importContent(static_cast<char *>(file.content()));
+        importContent(static_cast<char *>(whole.content()));
         return true;
     } catch (...) {
         return false;   // what has been imported so far stays
@@ -200,7 +201,7 @@ bool userAgrees()
     return showMessage(questionText, MB_YESNO | MB_ICONEXCLAMATION) == IDYES;
 }
 
-int importFrom(WholeFile &file, bool quiet)
+int importFrom(const FileHandle &file, bool quiet)
 {
     if (!quiet && !userAgrees())
         return 0;
@@ -222,8 +223,8 @@ int importSettings(int quiet)
     if (!exchangeFilePath(path))
         return 0;
     writeLog("Import registry");
-    WholeFile file;
-    if (!file.open(path)) {
+    FileHandle file;
+    if (!file.forReading(path)) {
         if (!quiet)
             showMessage(missingText, MB_ICONHAND);
         return 0;

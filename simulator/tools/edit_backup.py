@@ -16,6 +16,7 @@ import datetime
 import os
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -418,6 +419,7 @@ def main():
     parser.add_argument("--phone", type=Path, default=PHONES / "wm6", help="the phone to edit it on")
     parser.add_argument("--open", nargs=argparse.REMAINDER, default=["kvsettings.exe"], help=argparse.SUPPRESS)
     arguments = parser.parse_args()
+    signal.signal(signal.SIGTERM, signal.default_int_handler)   # kv ends us so
     try:
         edit(Path(arguments.folder).resolve(), arguments.phone.resolve(), arguments.open)
     except Refused as reason:

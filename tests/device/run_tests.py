@@ -23,6 +23,11 @@ LEFT_OUT = {
         "a value that fails to be written keeps what is stored and costs no other",
         "a value that fails to be read keeps its field and costs no other",
     },
+    "device_option_file": {
+        "a key at the end of ten megabytes is found",
+        "a very long value is read to its end",
+        "random bytes, line breaks among them, do no harm",
+    },
     "device_extra_settings": {
         "a hundred loads and saves leave no key and no memory behind",
         "values are read in their order: an exception at any is logged, ends the load there and leaves no key open",
