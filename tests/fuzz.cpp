@@ -464,6 +464,9 @@ void beginImport()
     addPieces(fileOf(TEST_DATA "/golden/kv_Export.txt"), 600, 20);
     for (size_t each = corpus.size(); each-- > 1;)
         corpus.push_back(header + corpus[each] + "\r\n\r\n" + header + corpus[1 + chance.below(each)] + "\r\n\r\n");
+    for (int copy = 0; copy < 4; ++copy)   // the two names that are not taken over, but from a section's last line
+        corpus.push_back(header + "installdir=1,a\r\nbootcount=4,1\r\nx=4,1\r\nInstallDir=1,b\r\n\r\n" + header +
+                         "BOOTCOUNT=4,2\r\n\r\n");
     Bytes plain = corpus[3];
     plain.erase(std::remove(plain.begin(), plain.end(), '\r'), plain.end());
     corpus.push_back("Software\\Tessaryn\\Kelvane\n\n" + plain + "\n\n");
