@@ -35,7 +35,7 @@ INT_PTR dialogColours(UINT message, WPARAM wParam)
     switch (message) {
     case WM_CTLCOLORDLG:
     case WM_CTLCOLORSTATIC:
-    case WM_CTLCOLORBTN:
+    case WM_CTLCOLORBTN:   // what a phone's check boxes ask
         SetBkMode(reinterpret_cast<HDC>(wParam), TRANSPARENT);
         return reinterpret_cast<INT_PTR>(backgroundBrush);
     }

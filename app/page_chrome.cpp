@@ -1,5 +1,6 @@
 #include "page_chrome.h"
 
+#include "dialog.h"
 #include "help.h"
 #include "language.h"
 #include "resource.h"
@@ -91,12 +92,6 @@ void placeIcons(const PageChrome &chrome, HWND page)
         left = placeIconLeftOf(page, chrome.icons[i].control, left - scaleX(iconGap));
 }
 
-INT_PTR fillBackground(WPARAM wParam)
-{
-    SetBkMode(reinterpret_cast<HDC>(wParam), TRANSPARENT);
-    return reinterpret_cast<INT_PTR>(backgroundBrush);
-}
-
 }   // namespace
 
 void paintPageHeader(HWND page, HDC dc, const wchar_t *title)
@@ -142,11 +137,7 @@ INT_PTR pageChromeMessage(const PageChrome &chrome, HWND page, UINT message, WPA
     case WM_HELP:
         openHelp(chrome.helpAnchor);
         return TRUE;
-    case WM_CTLCOLORDLG:
-    case WM_CTLCOLORSTATIC:
-    case WM_CTLCOLOREDIT:
-    case WM_CTLCOLORBTN:   // what a phone's check boxes ask
-        return fillBackground(wParam);
     }
-    return FALSE;
+    // The edit controls of a page have its ground as well.
+    return dialogColours(message == WM_CTLCOLOREDIT ? WM_CTLCOLORSTATIC : message, wParam);
 }

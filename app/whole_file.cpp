@@ -24,9 +24,9 @@ bool FileHandle::forReading(const wchar_t *path)
     return open(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
 }
 
-bool FileHandle::create(const wchar_t *path)
+bool FileHandle::create(const wchar_t *path, DWORD share)
 {
-    return open(path, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS);
+    return open(path, GENERIC_WRITE, share, CREATE_ALWAYS);
 }
 
 void FileHandle::close()
@@ -56,14 +56,19 @@ bool WholeFile::allocate(DWORD size)
     return true;
 }
 
-bool WholeFile::read(const wchar_t *path)
+bool WholeFile::read(const FileHandle &file)
 {
-    FileHandle file;
-    if (!file.forReading(path) || !allocate(GetFileSize(file.handle(), nullptr)))
+    if (!allocate(GetFileSize(file.handle(), nullptr)))
         return false;
     if (!ReadFile(file.handle(), block, fileSize, &bytesRead, nullptr))
         bytesRead = 0;
     return true;
+}
+
+bool WholeFile::read(const wchar_t *path)
+{
+    FileHandle file;
+    return file.forReading(path) && read(file);
 }
 
 // ---- Writing ------------------------------------------------------------------------------------------------------

@@ -11,9 +11,10 @@ public:
     FileHandle &operator=(const FileHandle &) = delete;
     ~FileHandle();   // a fault while closing goes nowhere
 
-    // To be called once. Others may read the file meanwhile. False when it cannot be opened.
+    // One of these is to be called, once. Others may read the file meanwhile unless another share is given. False when it
+    // cannot be opened.
     bool forReading(const wchar_t *path);
-    bool create(const wchar_t *path);   // whatever was there is gone
+    bool create(const wchar_t *path, DWORD share = FILE_SHARE_READ);   // whatever was there is gone
     void close();
 
     HANDLE handle() const { return file; }
@@ -31,11 +32,12 @@ public:
     WholeFile &operator=(const WholeFile &) = delete;
     ~WholeFile() { free(block); }
 
-    // To be called once. False when the file cannot be opened, has no size or one of more than 256 MB, or when there is no
-    // memory for it.
+    // One of these is to be called, once. False when the file cannot be opened, has no size or one of more than 256 MB, or when
+    // there is no memory for it.
     bool read(const wchar_t *path);
+    bool read(const FileHandle &file);
 
-    // After read has answered true. Zeros for a character of either width follow the content. Bytes that could not be read
+    // After reading has answered true. Zeros for a character of either width follow the content. Bytes that could not be read
     // are zero as well.
     void *content() const { return block; }
     size_t size() const { return fileSize; }

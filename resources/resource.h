@@ -132,3 +132,15 @@
 #define IDC_LOG_BASIC 1432
 #define IDC_LOG_DETAILED 1434
 #define IDC_LOG_SIGNAL 1435
+// ---- Export / Import dialog ----
+#define IDD_EXPORT_IMPORT 186
+#define IDC_EXPORT_TEXT 1367
+// Import is the default button and Export the cancel button, so their identifiers are IDOK and IDCANCEL.
+#define IDC_RESTORE 3
+#define IDC_BACKUP 4
+#define IDC_COPY_PROFILE 1406
+
+// ---- Backup / Restore dialog ----
+#define IDD_BACKUP 119
+#define IDC_BACKUP_PATH 1069
+#define IDC_BACKUP_BROWSE 1070

@@ -51,6 +51,12 @@ void WINAPI SimShortenWaits(int divisor);
 BOOL WINAPI SimOrderFault(const wchar_t *kind, int n, const wchar_t *operationAndDetail, BOOL raise);
 void WINAPI SimClearFaults(void);
 
+// ---- Memory ------------------------------------------------------------------------------------------------------
+
+// Lets every block that malloc, calloc, realloc, LocalAlloc or LocalReAlloc gives from now on end at an inaccessible page: a
+// byte read or written behind it ends the program. Slow, and 64 KB of address space for each; for looking after mistakes.
+void WINAPI SimGuardAllocations(BOOL on);
+
 // ---- What the program holds --------------------------------------------------------------------------------------
 
 int WINAPI SimLiveAllocations(void);   // blocks of malloc, calloc, realloc, LocalAlloc

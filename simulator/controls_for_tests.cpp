@@ -137,6 +137,11 @@ void WINAPI SimClearFaults()
     clearFaults();
 }
 
+void WINAPI SimGuardAllocations(BOOL on)
+{
+    guardAllocations(on);
+}
+
 int WINAPI SimLiveAllocations()
 {
     return liveAllocations();

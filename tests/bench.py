@@ -13,6 +13,7 @@ import uuid
 from dataclasses import dataclass
 from pathlib import Path
 
+import bench_exchange
 from phone_copy import RUN_WINE, SIMULATOR, TREE, PhoneCopy
 
 ROUNDS = 15
@@ -154,10 +155,17 @@ def print_table(medians):
         print(f"{row.title:22}{figures[0]:>14}  {row.other:<14}{figures[1]:>12}  {own / other:>6.2f}  {row.goal}".rstrip())
 
 
+def print_exchange(folder: Path):
+    with PhoneCopy(TREE / "phones" / PHONE, folder, "bench-exchange") as phone:
+        for title, own, other_name, other in bench_exchange.measure(phone, ROUNDS, WARM_UP_ROUNDS):
+            print(f"{title:22}{own * 1000:>11.1f} ms  {other_name:<14}{other * 1000:>9.1f} ms  {own / other:>6.2f}  at most 1")
+
+
 def main():
     with tempfile.TemporaryDirectory(prefix="bench-", dir=TREE / "build") as folder:
         print_table(measure_all(Path(folder)))
         print_profiles_page(measure_profiles_page(Path(folder)))
+        print_exchange(Path(folder))
     print(f"\nMedians of {ROUNDS} rounds. Commit: private dirty pages and swapped ones.")
 
 

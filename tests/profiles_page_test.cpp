@@ -10,6 +10,7 @@
 #include "environment.h"
 #include "extra_settings.h"
 #include "intercept.h"
+#include "modal_dialog.h"
 #include "option_file.h"
 #include "page_window.h"
 #include "profile_record.h"
@@ -20,6 +21,8 @@
 #include "user_settings.h"
 
 IMPORTED(CreateThread);
+IMPORTED(EndDialog);
+IMPORTED(MessageBoxW);
 
 namespace {
 
@@ -1260,6 +1263,56 @@ std::wstring textOf(HWND page, int id)
 }
 
 }   // namespace
+
+// What a person does who taps the export icon and then a button of the dialog; message boxes are agreed to. Answers whether
+// the sheet was confirmed by it. The page has an edit that is not saved yet.
+static bool tapExportIcon(HWND sheet, int button)
+{
+    static bool ended;
+    ended = false;
+    const Intercept<__imp_MessageBoxW> agreeing(
+        [](HWND, LPCWSTR, LPCWSTR, UINT style) -> int { return (style & MB_TYPEMASK) == MB_YESNO ? IDYES : IDOK; });
+    const Intercept<__imp_EndDialog> ending([](HWND dialog, INT_PTR result) -> BOOL {
+        ended |= dialog == optionsDialog;
+        return Intercept<__imp_EndDialog>::real(dialog, result);
+    });
+    const HWND page = showPage(sheet, 3);
+    SendDlgItemMessageW(page, 1289, CB_SETCURSEL, 3, 0);   // 20 %
+    CHECK(runModal([=] { SendMessageW(page, WM_COMMAND, MAKEWPARAM(1351, STN_CLICKED), 0); },
+                   [=](HWND dialog) {
+                       CHECK(windowText(dialog) == L"Export / Import");
+                       SendMessageW(dialog, WM_COMMAND, static_cast<WPARAM>(button), 0);
+                   }));
+    waitFor([] { return ended; }, settingsImported ? 20000 : 200);
+    return ended;
+}
+
+TEST_CASE("imported settings close the sheet, and the row being edited is not written over them")
+{
+    StartedPhone phone;
+    phone.writeFile(L"\\Program Files\\Kelvane\\kv_Export.txt",
+                    "Software\\Tessaryn\\Kelvane\\0\r\n\r\n0=4,80\r\n1=4,40\r\n\r\n");
+    store(home, L"0", 60);
+    runOptions([](HWND sheet) { CHECK(tapExportIcon(sheet, IDOK)); });
+    CHECK(settingsImported);
+    CHECK(number(home, L"0") == 80);
+    CHECK(number(home, L"1") == 40);
+}
+
+TEST_CASE("after an export, or an import that found no file, the sheet goes on")
+{
+    StartedPhone phone;
+    store(home, L"0", 60);
+    runOptions([&](HWND sheet) {
+        CHECK_FALSE(tapExportIcon(sheet, IDOK));   // imports, but there is no file
+        CHECK_FALSE(phone.fileExists(L"\\Program Files\\Kelvane\\kv_Export.txt"));
+        CHECK_FALSE(tapExportIcon(sheet, IDCANCEL));   // exports
+        CHECK(phone.fileExists(L"\\Program Files\\Kelvane\\kv_Export.txt"));
+        CHECK_FALSE(settingsImported);
+        tapOk(sheet);
+    });
+    CHECK(number(home, L"0") == 20);   // the edit came through
+}
 
 TEST_CASE("in the sheet the arrow keys act like taps, while the page is shown")
 {

@@ -37,6 +37,8 @@ class View:
     name: str
     page: int  # of the property sheet, from 0
     control: Optional[int] = None  # on that page, opens the dialog in question
+    inner: Optional[int] = None  # in that dialog, opens the dialog in question
+    line: Optional[int] = None  # of the page's list, clicked before the picture
     presses: Tuple[int, ...] = ()  # controls of the dialog that are tapped before the picture is taken
     line: Optional[int] = None  # of the page's list, clicked before the picture
     panel: bool = False  # with the input panel up
@@ -74,6 +76,11 @@ VIEWS = [
     View("profiles-program", 3, line=44),
     View("find-file", 3, line=44, control=1325),
     View("profiles-panel", 3, line=9, panel=True),
+    View("export-import", 3, control=1351),
+    View("backup", 3, control=1351, inner=4),
+    View("restore", 3, control=1351, inner=3),
+    View("schedule-time", 3, control=1268, presses=(1300, 1301, 1304)),
+    View("schedule-event", 3, control=1268, presses=(1339,)),
 ]
 
 
@@ -83,6 +90,8 @@ SCHEDULE = "2,12345,07:30§3,<ActiveSync>,§0,67,22:00§4,<Busy>,§5,[Office],§
 def set_up(phone: PhoneCopy, language: Language):
     phone.set_facts("clock", now=CLOCK)
     phone.set_registry(SETTINGS_KEY, "lang", f"dword:{language.number:08x}")
+    watch_everything(phone)
+    phone.set_registry(SETTINGS_KEY, "backupPath", r'"\\Storage Card\\Backup"')
     phone.set_registry(SETTINGS_KEY, "timeData", f'"{SCHEDULE}"')
     (phone.folder / INSTALL_FOLDER).mkdir(parents=True, exist_ok=True)
     (phone.folder / INSTALL_FOLDER / "Kelvane_User.cfg").write_bytes(OPTION_FILE)
@@ -111,6 +120,8 @@ def steps_of(view: View, phone: PhoneCopy, picture: Path):
         yield f"line {view.line}"
     if view.control is not None:
         yield f"command {view.control}"
+    if view.inner is not None:
+        yield f"command {view.inner}"
     for control in view.presses:
         yield f"press {control}"
     if view.panel:

@@ -2,6 +2,8 @@
 
 #include <objbase.h>
 
+#include <algorithm>
+
 #include "control.h"
 #include "doctest.h"
 #include "phone_folder.h"
@@ -498,6 +500,50 @@ TEST_CASE("drawing objects are counted")
     CHECK(SimLiveGdi() == before + 1);
     DeleteObject(brush);
     CHECK(SimLiveGdi() == before);
+}
+
+TEST_CASE("a guarded block ends at a page that cannot be accessed, and holds what blocks hold")
+{
+    TestPhone phone;
+    const auto endsAtGuard = [](void *block, size_t size) {
+        MEMORY_BASIC_INFORMATION behind = {};
+        VirtualQuery(static_cast<BYTE *>(block) + size, &behind, sizeof behind);
+        return behind.State == MEM_RESERVE || (behind.State == MEM_COMMIT && behind.Protect == PAGE_NOACCESS);
+    };
+    const int before = SimLiveAllocations();
+    SimGuardAllocations(TRUE);
+    for (size_t size : {0, 1, 2, 15, 4095, 4096, 4097, 100000}) {
+        char *block = static_cast<char *>(malloc(size));
+        char *const cleared = static_cast<char *>(calloc(size, 1));
+        const HLOCAL local = LocalAlloc(LMEM_ZEROINIT, size);
+        REQUIRE((block && cleared && local));
+        CHECK(endsAtGuard(block, size));
+        CHECK(endsAtGuard(cleared, size));
+        CHECK(endsAtGuard(local, size));
+        CHECK(LocalSize(local) == size);
+        CHECK(std::count(cleared, cleared + size, 0) == static_cast<ptrdiff_t>(size));
+        memset(block, 'x', size);
+        block = static_cast<char *>(realloc(block, size + 10));
+        CHECK(endsAtGuard(block, size + 10));
+        CHECK(std::count(block, block + size, 'x') == static_cast<ptrdiff_t>(size));
+        const HLOCAL larger = LocalReAlloc(local, size + 10, LMEM_MOVEABLE | LMEM_ZEROINIT);
+        CHECK(endsAtGuard(larger, size + 10));
+        CHECK(std::count(static_cast<char *>(larger), static_cast<char *>(larger) + size + 10, 0) ==
+              static_cast<ptrdiff_t>(size + 10));
+        free(block);
+        free(cleared);
+        LocalFree(larger);
+    }
+    // Blocks of either kind are released at any time.
+    void *const guarded = malloc(5);
+    SimGuardAllocations(FALSE);
+    void *const plain = malloc(5);
+    CHECK_FALSE(endsAtGuard(plain, 5));
+    free(guarded);
+    SimGuardAllocations(TRUE);
+    free(realloc(plain, 50));
+    SimGuardAllocations(FALSE);
+    CHECK(SimLiveAllocations() == before);
 }
 
 TEST_CASE("objects of COM are counted until the program releases them")

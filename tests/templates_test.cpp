@@ -9,11 +9,13 @@
 #include "addon_page.h"
 #include "advanced_page.h"
 #include "alarms_page.h"
+#include "backup_dialog.h"
 #include "control.h"
 #include "display_page.h"
 #include "doctest.h"
 #include "edit_profiles.h"
 #include "environment.h"
+#include "export_import_dialog.h"
 #include "find_file.h"
 #include "intercept.h"
 #include "language.h"
@@ -142,6 +144,18 @@ const std::vector<Template> &templates()
           {1406, "button"},
           {2, "button"}},
          "Profile Copy Settings"},
+        {186,
+         ExportImportProc,
+         everyScreen,
+         0,
+         {{1367, "label"}, {1, "button"}, {2, "button"}, {4, "button"}, {3, "button"}, {1406, "button"}},
+         "Export / Import"},
+        {119,
+         BackupProc,
+         everyScreen,
+         0,
+         {{anonymous, "label"}, {1069, "text field"}, {1070, "button"}, {1, "button"}},
+         "Backup / Restore"},
         {163,
          FindFileProc,
          everyScreen,

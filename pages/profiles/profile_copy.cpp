@@ -2,6 +2,7 @@
 
 #include "dialog.h"
 #include "log.h"
+#include "message.h"
 #include "resource.h"
 #include "user_settings.h"
 
@@ -73,14 +74,14 @@ LONG openProfile(RegistryKey &key, int profile)
 }
 
 // Only onto a profile that has been saved before. A copy that ended early counts as done like any other.
-void copyProfile(HWND dialog, int from, int to)
+void copyProfile(int from, int to)
 {
     RegistryKey source, target;
     if (openProfile(source, from) != ERROR_SUCCESS || openProfile(target, to) != ERROR_SUCCESS)
         return;
     copyProfileValues(source, target);
     target.close();
-    MessageBoxW(dialog, L"Profile copied successfully", L"Kelvane", MB_OK);
+    showMessage(L"Profile copied successfully", MB_OK);
 }
 
 void overwrite(HWND dialog)
@@ -90,7 +91,7 @@ void overwrite(HWND dialog)
     if (from == to || from == noProfile || to == noProfile)
         return;
     try {
-        copyProfile(dialog, from, to);
+        copyProfile(from, to);
     } catch (...) {
         writeLog("** Exception copyProfileValues **");
     }

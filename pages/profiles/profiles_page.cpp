@@ -3,6 +3,7 @@
 #include "commdlg.h"
 #include "current_profile.h"
 #include "edit_profiles.h"
+#include "export_import_dialog.h"
 #include "file_pickers.h"
 #include "key_operated.h"
 #include "language.h"
@@ -313,8 +314,13 @@ void editProfiles(HWND page)
         changeProfile(page);
 }
 
-// Where the dialog that exports, imports, copies and backs up will be opened.
-void exportOrImport(HWND) {}
+// Settings that have come back from a file are complete: the sheet is confirmed, and no page writes its controls over them.
+void exportOrImport(HWND page)
+{
+    showExportImport(page, currentProfile);
+    if (settingsImported)
+        PostMessageW(GetParent(page), PSM_PRESSBUTTON, PSBTN_OK, 0);
+}
 
 struct Action {
     WPARAM command;

@@ -1,9 +1,10 @@
 // A person's session with a phone, inside the desktop window that shows it: the program with the engine beside it.
 //
-//   session.exe STATUS-FILE PROGRAM [ARGUMENT...]
+//   session.exe [--without-engine] STATUS-FILE PROGRAM [ARGUMENT...]
 //
 // Runs PROGRAM to its end and writes its exit code as text to STATUS-FILE, because the desktop's own starter
-// (explorer /desktop=...) answers 0 whatever happens. engine.exe is taken from this program's folder.
+// (explorer /desktop=...) answers 0 whatever happens. engine.exe is taken from this program's folder; without it, what is
+// stored of an engine's window stays as it is.
 #include <windows.h>
 
 #include <cstdio>
@@ -93,14 +94,16 @@ bool writeStatus(const wchar_t *path, DWORD status)
 
 int wmain(int argumentCount, wchar_t **arguments)
 {
-    if (argumentCount < 3) {
-        fprintf(stderr, "usage: session STATUS-FILE PROGRAM [ARGUMENT...]\n");
+    const bool withEngine = argumentCount < 2 || wcscmp(arguments[1], L"--without-engine") != 0;
+    const int first = withEngine ? 1 : 2;
+    if (argumentCount < first + 2) {
+        fprintf(stderr, "usage: session [--without-engine] STATUS-FILE PROGRAM [ARGUMENT...]\n");
         return exitCodeUsage;
     }
     PROCESS_INFORMATION engine;
-    const bool engineRuns = startEngine(engine);
-    const DWORD status = runToEnd(commandLineFrom(2));
+    const bool engineRuns = withEngine && startEngine(engine);
+    const DWORD status = runToEnd(commandLineFrom(first + 1));
     if (engineRuns)
         endEngine(engine);
-    return writeStatus(arguments[1], status) ? 0 : 1;
+    return writeStatus(arguments[first], status) ? 0 : 1;
 }

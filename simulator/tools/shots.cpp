@@ -9,7 +9,9 @@
 //   command N      does what a tap on the control N of the page or dialog on top does, and waits for the dialog it opens
 //   line N         goes to line N of the page's list, counted from 0, with the arrow keys, which click every line they reach
 //   press N        does the same where no dialog opens, and waits until that shows
-//   close          cancels the dialog on top
+//   choose C N     chooses entry N of the page's drop-down list C
+//   ok             does what a tap on the ok button does to the sheet, and waits until that is gone
+//   close          closes the dialog on top
 //   tap X Y        taps the screen there, and waits until that shows
 //   shot FILE      writes the screen to FILE, a bitmap, once it has come to rest
 //
@@ -219,10 +221,30 @@ bool pressInPlace(const wchar_t *argument)
     return waitFor([&] { return takePicture().points != before.points; });
 }
 
+bool chooseEntry(const wchar_t *argument)
+{
+    int control, entry;
+    if (swscanf(argument, L"%d %d", &control, &entry) != 2)
+        return false;
+    const HWND list = GetDlgItem(currentPage(), control);
+    if (ask(list, CB_SETCURSEL, entry) != entry)
+        return false;
+    for (const int change : {CBN_SELCHANGE, CBN_SELENDOK})
+        ask(currentPage(), WM_COMMAND, MAKEWPARAM(control, change), reinterpret_cast<LPARAM>(list));
+    return true;
+}
+
+bool confirmSheet(const wchar_t *)
+{
+    PostMessageW(sheet, PSM_PRESSBUTTON, PSBTN_OK, 0);
+    return waitFor([] { return !IsWindow(sheet); });
+}
+
 bool closeDialog(const wchar_t *)
 {
     const HWND dialog = topDialog();
-    PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+    // As its caption's close button does: there may be more behind a dialog's Cancel button than closing it.
+    PostMessageW(dialog, WM_CLOSE, 0, 0);
     return waitFor([&] { return !IsWindow(dialog); });
 }
 
@@ -251,7 +273,8 @@ constexpr struct {
     const wchar_t *name;
     bool (*run)(const wchar_t *argument);
 } steps[] = {
-    {L"page", showPage},     {L"command", pressControl}, {L"press", pressInPlace}, {L"line", goToLine},
+    {L"page", showPage},     {L"command", pressControl}, {L"press", pressInPlace},
+    {L"line", goToLine},     {L"choose", chooseEntry},   {L"ok", confirmSheet},
     {L"close", closeDialog}, {L"tap", tapScreen},        {L"shot", shoot},
 };
 

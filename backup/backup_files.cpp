@@ -1,0 +1,64 @@
+#include "backup_files.h"
+
+#include "environment.h"
+#include "exchange_file.h"
+#include "folder_search.h"
+#include "text.h"
+
+namespace {
+
+constexpr const wchar_t *namedFiles[] = {exchangeFileName, L"kv_Location.dat", L"Kelvane_User.cfg"};
+
+// What marks a snapshot, anywhere in its name.
+constexpr wchar_t snapshotMark[] = L".net";
+
+// A folder's and a file's name together can be longer than a path may be; such a file cannot be there.
+using FilePath = wchar_t[2 * MAX_PATH];
+
+// A copy in the making goes by this name and takes the place of the older file once it is whole: on a full disk the older
+// one stays as it was.
+constexpr wchar_t unfinishedName[] = L"kv_copy.tmp";
+
+void buildPath(FilePath &path, const wchar_t *folder, const wchar_t *name)
+{
+    formatText(path, L"%s\\%s", folder, name);
+}
+
+void copyFile(const wchar_t *name, const wchar_t *fromFolder, const wchar_t *toFolder)
+{
+    FilePath from, unfinished, to;
+    buildPath(from, fromFolder, name);
+    buildPath(unfinished, toFolder, unfinishedName);
+    buildPath(to, toFolder, name);
+    const bool whole = CopyFileW(from, unfinished, FALSE);
+    if (whole && (DeleteFileW(to) || !pathExists(to)))
+        MoveFileW(unfinished, to);
+    else
+        DeleteFileW(unfinished);
+}
+
+bool isSnapshot(const WIN32_FIND_DATAW &entry)
+{
+    wchar_t name[MAX_PATH];
+    copyText(name, entry.cFileName);
+    _wcslwr(name);
+    return wcsstr(name, snapshotMark) != nullptr;
+}
+
+void copySnapshots(const wchar_t *fromFolder, const wchar_t *toFolder)
+{
+    FilePath pattern;
+    buildPath(pattern, fromFolder, L"*");
+    for (FolderSearch search(pattern); search.atEntry(); search.next())
+        if (isSnapshot(search.entry()))
+            copyFile(search.entry().cFileName, fromFolder, toFolder);
+}
+
+}   // namespace
+
+void copyBackupFiles(const wchar_t *fromFolder, const wchar_t *toFolder)
+{
+    for (const wchar_t *name : namedFiles)
+        copyFile(name, fromFolder, toFolder);
+    copySnapshots(fromFolder, toFolder);
+}
