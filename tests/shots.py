@@ -40,7 +40,6 @@ class View:
     inner: Optional[int] = None  # in that dialog, opens the dialog in question
     line: Optional[int] = None  # of the page's list, clicked before the picture
     presses: Tuple[int, ...] = ()  # controls of the dialog that are tapped before the picture is taken
-    line: Optional[int] = None  # of the page's list, clicked before the picture
     panel: bool = False  # with the input panel up
 
 
@@ -79,8 +78,7 @@ VIEWS = [
     View("export-import", 3, control=1351),
     View("backup", 3, control=1351, inner=4),
     View("restore", 3, control=1351, inner=3),
-    View("schedule-time", 3, control=1268, presses=(1300, 1301, 1304)),
-    View("schedule-event", 3, control=1268, presses=(1339,)),
+    View("profile-copy", 3, control=1351, inner=1406),
 ]
 
 
@@ -95,7 +93,6 @@ def set_up(phone: PhoneCopy, language: Language):
     phone.set_registry(SETTINGS_KEY, "timeData", f'"{SCHEDULE}"')
     (phone.folder / INSTALL_FOLDER).mkdir(parents=True, exist_ok=True)
     (phone.folder / INSTALL_FOLDER / "Kelvane_User.cfg").write_bytes(OPTION_FILE)
-    watch_everything(phone)
     if language.file:
         shutil.copy(TREE / "languages" / language.file, phone.folder / INSTALL_FOLDER)
 
