@@ -3,9 +3,9 @@
 #include "backup_files.h"
 #include "dialog.h"
 #include "environment.h"
-#include "exchange_file.h"
 #include "file_pickers.h"
 #include "language.h"
+#include "log.h"
 #include "message.h"
 #include "registry.h"
 #include "resource.h"
@@ -49,7 +49,7 @@ void storeFolder(const wchar_t *folder)
 
 // ---- Backup and restore -------------------------------------------------------------------------------------------------
 
-// A fresh export first, so that the backup holds the settings of this moment.
+// A fresh export first. It holds what is stored; what the pages still have in hand is stored when the sheet ends.
 void backUp(const wchar_t *folder)
 {
     exportSettings();
@@ -57,14 +57,8 @@ void backUp(const wchar_t *folder)
         copyBackupFiles(appPath, folder);
 }
 
-bool hasBackup(const wchar_t *folder)
-{
-    wchar_t path[2 * MAX_PATH];
-    formatText(path, L"%s\\%s", folder, exchangeFileName);
-    return pathExists(path);
-}
-
-// The files come first: they stay also when the settings are not taken over.
+// The files come first: they stay also when the settings are not taken over. A file that could not be copied is passed over,
+// even the export: then the one that is here already is imported.
 void restore(const wchar_t *folder)
 {
     if (!hasBackup(folder)) {
@@ -119,9 +113,7 @@ bool runCommand(HWND dialog, WPARAM wParam)
     return false;
 }
 
-}   // namespace
-
-INT_PTR CALLBACK BackupProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam)
+INT_PTR answerMessage(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam)
 {
     switch (message) {
     case WM_INITDIALOG:
@@ -131,6 +123,18 @@ INT_PTR CALLBACK BackupProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lPa
         return runCommand(dialog, wParam);
     }
     return dialogColours(message, wParam);
+}
+
+}   // namespace
+
+INT_PTR CALLBACK BackupProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    try {
+        return answerMessage(dialog, message, wParam, lParam);
+    } catch (...) {
+        writeLog("** Exception BackupProc **");
+        return FALSE;
+    }
 }
 
 void showBackup(HWND owner, BackupMode mode)

@@ -19,9 +19,27 @@ using FilePath = wchar_t[2 * MAX_PATH];
 // one stays as it was.
 constexpr wchar_t unfinishedName[] = L"kv_copy.tmp";
 
+// Pickers answer the root, and people may write any folder, with a backslash at the end.
 void buildPath(FilePath &path, const wchar_t *folder, const wchar_t *name)
 {
-    formatText(path, L"%s\\%s", folder, name);
+    const size_t length = wcslen(folder);
+    const bool ended = length && folder[length - 1] == L'\\';
+    formatText(path, ended ? L"%s%s" : L"%s\\%s", folder, name);
+}
+
+bool isSameFolder(const wchar_t *one, const wchar_t *other)
+{
+    FilePath ofOne, ofOther;
+    buildPath(ofOne, one, L"");
+    buildPath(ofOther, other, L"");
+    return _wcsicmp(ofOne, ofOther) == 0;
+}
+
+// The read-only attribute is copied with a file. On the draft it would be in the way of every later copy.
+void makeWritable(const wchar_t *path)
+{
+    if (pathExists(path))
+        SetFileAttributesW(path, FILE_ATTRIBUTE_NORMAL);
 }
 
 void copyFile(const wchar_t *name, const wchar_t *fromFolder, const wchar_t *toFolder)
@@ -30,11 +48,14 @@ void copyFile(const wchar_t *name, const wchar_t *fromFolder, const wchar_t *toF
     buildPath(from, fromFolder, name);
     buildPath(unfinished, toFolder, unfinishedName);
     buildPath(to, toFolder, name);
+    makeWritable(unfinished);   // one that an interrupted backup has left
     const bool whole = CopyFileW(from, unfinished, FALSE);
-    if (whole && (DeleteFileW(to) || !pathExists(to)))
-        MoveFileW(unfinished, to);
-    else
-        DeleteFileW(unfinished);
+    makeWritable(unfinished);
+    if (whole && (DeleteFileW(to) || !pathExists(to)) && MoveFileW(unfinished, to))
+        return;
+    if (whole && !pathExists(to) && !CopyFileW(unfinished, to, FALSE))
+        return;   // the only copy there is now
+    DeleteFileW(unfinished);
 }
 
 bool isSnapshot(const WIN32_FIND_DATAW &entry)
@@ -56,8 +77,17 @@ void copySnapshots(const wchar_t *fromFolder, const wchar_t *toFolder)
 
 }   // namespace
 
+bool hasBackup(const wchar_t *folder)
+{
+    FilePath path;
+    buildPath(path, folder, exchangeFileName);
+    return pathExists(path);
+}
+
 void copyBackupFiles(const wchar_t *fromFolder, const wchar_t *toFolder)
 {
+    if (isSameFolder(fromFolder, toFolder))
+        return;
     for (const wchar_t *name : namedFiles)
         copyFile(name, fromFolder, toFolder);
     copySnapshots(fromFolder, toFolder);

@@ -3,7 +3,7 @@
 #include "environment.h"
 #include "text.h"
 
-bool exchangeFilePath(wchar_t (&path)[MAX_PATH])
+bool exchangeFilePath(wchar_t (&path)[exchangePathCapacity])
 {
     if (!appPath)
         return false;

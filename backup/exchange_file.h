@@ -11,7 +11,7 @@
 //     ...
 #pragma once
 
-#include "phone.h"
+#include "text.h"
 
 // Its name in the install directory.
 constexpr wchar_t exchangeFileName[] = L"kv_Export.txt";
@@ -19,5 +19,8 @@ constexpr wchar_t exchangeFileName[] = L"kv_Export.txt";
 // This value is where the program lies on this phone: it is neither exported nor imported.
 constexpr wchar_t installPathValue[] = L"installdir";
 
+// Room for its path with any install directory.
+constexpr size_t exchangePathCapacity = MAX_PATH + countOf(exchangeFileName);
+
 // Builds the path of the file; false while the install directory is not known.
-bool exchangeFilePath(wchar_t (&path)[MAX_PATH]);
+bool exchangeFilePath(wchar_t (&path)[exchangePathCapacity]);

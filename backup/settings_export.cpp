@@ -1,6 +1,7 @@
 #include "settings_export.h"
 
 #include "exchange_file.h"
+#include "log.h"
 #include "message.h"
 #include "registry.h"
 #include "whole_file.h"
@@ -170,7 +171,7 @@ bool writeExchangeFile(const wchar_t *path)
         if (created)
             writeAllKeys(*out);
     } catch (...) {
-        // What has been written so far stays, as after a write that failed.
+        writeLog("** Exception exportSettings **");   // what has been written so far stays, as after a write that failed
     }
     delete out;
     return created;
@@ -180,7 +181,7 @@ bool writeExchangeFile(const wchar_t *path)
 
 int exportSettings()
 {
-    wchar_t path[MAX_PATH];
+    wchar_t path[exchangePathCapacity];
     if (!exchangeFilePath(path) || !writeExchangeFile(path))
         return 0;
     showMessage(finishedText, MB_OK);

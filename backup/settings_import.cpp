@@ -183,17 +183,22 @@ void importContent(char *content)
 
 // ---- The file -----------------------------------------------------------------------------------------------------------
 
+// A file that cannot be read to its end is not imported at all. What was imported before an exception stays, and is loaded.
 bool importFile(const FileHandle &file)
 {
+    WholeFile whole;
+    if (!whole.read(file) || !whole.isComplete())
+        return false;
+    bool done = true;
     try {
-        WholeFile whole;
-        if (!whole.read(file))
-            return false;
         importContent(static_cast<char *>(whole.content()));
-        return true;
     } catch (...) {
-        return false;   // what has been imported so far stays
+        writeLog("** Exception importSettings **");
+        done = false;
     }
+    getUserSettings();
+    getExtraSettings();
+    return done;
 }
 
 bool userAgrees()
@@ -205,29 +210,35 @@ int importFrom(const FileHandle &file, bool quiet)
 {
     if (!quiet && !userAgrees())
         return 0;
-    const bool done = importFile(file);
-    getUserSettings();
-    getExtraSettings();
-    if (!done)
+    if (!importFile(file))
         return 0;
     if (!quiet)
         showMessage(finishedText, MB_OK);
     return 1;
 }
 
+int importNamed(const wchar_t *path, bool quiet)
+{
+    FileHandle file;
+    if (file.forReading(path))
+        return importFrom(file, quiet);
+    if (!quiet)
+        showMessage(missingText, MB_ICONHAND);
+    return 0;
+}
+
 }   // namespace
 
 int importSettings(int quiet)
 {
-    wchar_t path[MAX_PATH];
+    wchar_t path[exchangePathCapacity];
     if (!exchangeFilePath(path))
         return 0;
     writeLog("Import registry");
-    FileHandle file;
-    if (!file.forReading(path)) {
-        if (!quiet)
-            showMessage(missingText, MB_ICONHAND);
+    try {
+        return importNamed(path, quiet != 0);
+    } catch (...) {
+        writeLog("** Exception importSettings **");
         return 0;
     }
-    return importFrom(file, quiet != 0);
 }

@@ -183,3 +183,11 @@ TEST_CASE("a folder can be picked")
                        CHECK(controlText(dialog, IDC_BACKUP_PATH) == L"\\Storage Card\\Backup\\Inner");
                    }));
 }
+
+TEST_CASE("an exception is logged, and the dialog stays")
+{
+    DialogPhone phone;
+    SimOrderFault(L"registry", 0, L"write:backupPath", TRUE);
+    CHECK(!tap(backupToFolder, backupFolder));
+    CHECK(phone.log() == std::vector<std::string>{"** Exception BackupProc **"});
+}

@@ -115,6 +115,70 @@ TEST_CASE("a folder that is not there, or is the same, does no harm")
     CHECK(phone.at(from, L"kv_copy.tmp") == "-");
 }
 
+TEST_CASE("a read-only file is backed up again and again, and stands in no other's way")
+{
+    BackupPhone phone;
+    phone.put(from, L"a.net", "first");
+    phone.put(from, L"b.net", "first");
+    SetFileAttributesW(in(from, L"a.net").c_str(), FILE_ATTRIBUTE_READONLY);
+    copyBackupFiles(from, to);
+    SetFileAttributesW(in(from, L"a.net").c_str(), FILE_ATTRIBUTE_NORMAL);
+    phone.put(from, L"a.net", "second");
+    phone.put(from, L"b.net", "second");
+    SetFileAttributesW(in(from, L"a.net").c_str(), FILE_ATTRIBUTE_READONLY);
+    copyBackupFiles(from, to);
+    CHECK(phone.at(to, L"a.net") == "second");
+    CHECK(phone.at(to, L"b.net") == "second");
+    SetFileAttributesW(in(from, L"a.net").c_str(), FILE_ATTRIBUTE_NORMAL);
+}
+
+TEST_CASE("a draft that an interrupted backup has left is replaced, even a read-only one")
+{
+    BackupPhone phone;
+    phone.put(from, L"a.net", "new");
+    phone.put(to, L"kv_copy.tmp", "left");
+    SetFileAttributesW(in(to, L"kv_copy.tmp").c_str(), FILE_ATTRIBUTE_READONLY);
+    copyBackupFiles(from, to);
+    CHECK(phone.at(to, L"a.net") == "new");
+    CHECK(phone.at(to, L"kv_copy.tmp") == "-");
+}
+
+TEST_CASE("a draft that cannot be renamed is copied into its place")
+{
+    BackupPhone phone;
+    phone.put(from, L"a.net", "new");
+    phone.put(to, L"a.net", "older");
+    SimOrderFault(L"file", 0, L"move:*", FALSE);
+    copyBackupFiles(from, to);
+    CHECK(phone.at(to, L"a.net") == "new");
+    CHECK(phone.at(to, L"kv_copy.tmp") == "-");
+}
+
+TEST_CASE("a folder may be the root, and may end with a backslash")
+{
+    BackupPhone phone;
+    phone.put(from, L"kv_Export.txt", "settings");
+    copyBackupFiles(L"\\Program Files\\Kelvane\\", L"\\");
+    CHECK(phone.readFile(L"\\kv_Export.txt") == "settings");
+    CHECK(hasBackup(L"\\"));
+    CHECK(hasBackup(from));
+    CHECK(hasBackup(L"\\Program Files\\Kelvane\\"));
+    CHECK(!hasBackup(to));
+    // Never as a network path, which two backslashes at the beginning would be.
+    SimOrderFault(L"file", 0, L"copy:\\\\*", TRUE);
+    copyBackupFiles(L"\\", to);
+    CHECK(phone.at(to, L"kv_Export.txt") == "settings");
+}
+
+TEST_CASE("the same folder is left alone, however it is written")
+{
+    BackupPhone phone;
+    phone.put(from, L"a.net", "snapshot");
+    SimOrderFault(L"file", 0, L"copy:*", TRUE);
+    copyBackupFiles(from, L"\\PROGRAM FILES\\kelvane\\");
+    CHECK(phone.at(from, L"a.net") == "snapshot");
+}
+
 TEST_CASE("paths too long for the system copy nothing")
 {
     BackupPhone phone;

@@ -345,3 +345,39 @@ TEST_CASE("an import leaves no key, file or memory behind, also when it is inter
     CHECK(SimLiveFiles() == files);
     CHECK(SimLiveAllocations() == blocks);
 }
+
+TEST_CASE("a file that cannot be opened or read to its end is not imported, and the records stay as they are")
+{
+    ExchangePhone phone;
+    phone.writeFile(exchangeFile, std::string(mainHeader) + "lowBatteryLevel=4,35\r\nz=4,0\r\n\r\n");
+    storeNumber(L"lowBatteryLevel", 20);
+    userSettings.lowBatteryLevel = 25;
+    for (const wchar_t *operation : {L"read:*", L"size:*"}) {
+        SimOrderFault(L"file", 0, operation, FALSE);
+        phone.forgetMessages();
+        CHECK(importSettings(0) == 0);
+        CHECK(phone.showedOnly(importQuestion, MB_YESNO | MB_ICONEXCLAMATION));
+        SimClearFaults();
+    }
+    for (const wchar_t *operation : {L"open:\\Program Files\\Kelvane\\kv_Export.txt", L"read:*"}) {
+        SimOrderFault(L"file", 1, operation, TRUE);
+        importSettings(1);
+        SimClearFaults();
+    }
+    CHECK(storedNumber(L"lowBatteryLevel") == 20);
+    CHECK(userSettings.lowBatteryLevel == 25);
+}
+
+TEST_CASE("a quiet import says nothing")
+{
+    ExchangePhone phone;
+    CHECK(importText(phone, std::string(mainHeader) + "a=4,1\r\n\r\n") == 1);
+    CHECK(phone.shown().empty());
+}
+
+TEST_CASE("line ends of both kinds mix, and a blank line of the desktop's counts before a plain one that comes first")
+{
+    ExchangePhone phone;
+    importText(phone, "Software\\Tessaryn\\Kelvane\n\na=4,1\r\n\r\nb=4,2\n\n");
+    CHECK(!storedValue(L"a").present);   // all up to the desktop's blank line was one header
+}

@@ -315,8 +315,10 @@ void editProfiles(HWND page)
 }
 
 // Settings that have come back from a file are complete: the sheet is confirmed, and no page writes its controls over them.
+// What is in the editor belongs to what is exported or copied.
 void exportOrImport(HWND page)
 {
+    saveEditedRow(page);
     showExportImport(page, currentProfile);
     if (settingsImported)
         PostMessageW(GetParent(page), PSM_PRESSBUTTON, PSBTN_OK, 0);

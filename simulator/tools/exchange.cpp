@@ -149,7 +149,7 @@ void startAndEndProgram()
 
 bool exportTo(const wchar_t *name)
 {
-    wchar_t exchangeFile[MAX_PATH], target[MAX_PATH];
+    wchar_t exchangeFile[exchangePathCapacity], target[MAX_PATH];
     formatText(target, L"%s\\%s", appPath, name);
     DeleteFileW(target);
     return exportNow() && exchangeFilePath(exchangeFile) && MoveFileW(exchangeFile, target);
