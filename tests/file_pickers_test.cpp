@@ -367,9 +367,8 @@ TEST_CASE("a picker disables the window that a page is in, and gives the focus b
     PickerPhone phone({"tgetfile"});
     AskingDialog dialog;
     ShowWindow(dialog.handle(), SW_SHOW);
-    const HWND page =
-        CreateWindowExW(0, L"Static", L"", WS_CHILD | WS_VISIBLE, 0, 40, 200, 100, dialog.handle(), nullptr, appInstance,
-                        nullptr);
+    const HWND page = CreateWindowExW(0, L"Static", L"", WS_CHILD | WS_VISIBLE, 0, 40, 200, 100, dialog.handle(),
+                                      nullptr, appInstance, nullptr);
     const HWND edit = CreateWindowExW(0, L"Edit", L"", WS_CHILD | WS_VISIBLE, 0, 0, 200, 20, page,
                                       reinterpret_cast<HMENU>(static_cast<INT_PTR>(field)), appInstance, nullptr);
     SetFocus(edit);

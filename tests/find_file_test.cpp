@@ -325,7 +325,8 @@ TEST_CASE("a folder that vanishes while it is read keeps what was found in it, i
             clickControl(dialog, rootButton);
             CHECK(namesOf(dialog) == rootFolders);
         });
-        CHECK(phone.log() == (raise ? std::vector<std::string>{"** Exception fillFileList **"} : std::vector<std::string>{}));
+        CHECK(phone.log() ==
+              (raise ? std::vector<std::string>{"** Exception fillFileList **"} : std::vector<std::string>{}));
     }
 }
 

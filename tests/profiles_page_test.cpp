@@ -350,8 +350,9 @@ TEST_CASE("headings are drawn red on light blue, settings in two other blues, ho
             headings += isHeading;
             CHECK(GetWindowLongPtrW(page.handle(), DWL_MSGRESULT) == 0x12);
             CHECK(drawing.clrText == (isHeading ? RGB(255, 0, 0) : 0x123456));
-            CHECK(drawing.clrTextBk ==
-                  (isHeading ? RGB(210, 227, 251) : line % 2 ? RGB(205, 222, 251) : RGB(188, 213, 251)));
+            CHECK(drawing.clrTextBk == (isHeading  ? RGB(210, 227, 251)
+                                        : line % 2 ? RGB(205, 222, 251)
+                                                   : RGB(188, 213, 251)));
         }
         CHECK(headings == 5);
     }
