@@ -214,14 +214,18 @@ void emptyMainList(HWND page)
         SendMessageW(list, LVM_DELETECOLUMN, i - 1, 0);
 }
 
+int listDropHeight()
+{
+    return scaleY(isLandscape ? 120 : 180);
+}
+
 void setComboHeights(HWND page)
 {
     for (int id : editorControls)
         if (const HWND control = GetDlgItem(page, id))
             ShowWindow(control, SW_HIDE);
-    const int height = scaleY(isLandscape ? 120 : 180);
     for (int id : dropDownLists)
-        setDropHeight(GetDlgItem(page, id), height);
+        setDropHeight(GetDlgItem(page, id), listDropHeight());
 }
 
 INT_PTR listCustomDraw(HWND dialog, NMLVCUSTOMDRAW *drawInfo, bool highlight)

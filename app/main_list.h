@@ -11,6 +11,10 @@ int layoutMainList(HWND page, WPARAM settingChange, int initial);
 void addMainListColumns(HWND page);
 void emptyMainList(HWND page);
 
+// What the drop-down lists of a list page drop to, in pixels. A phone takes this, not the closed height, for the height of a
+// drop-down list.
+int listDropHeight();
+
 // Hides the editor controls of a list page and gives its drop-down lists the height they drop to, keeping their width.
 void setComboHeights(HWND page);
 

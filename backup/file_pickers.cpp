@@ -19,6 +19,8 @@ constexpr wchar_t otherPicker[] = L"gsgetfile.dll";
 // "Dismiss Battery". The pickers have carried this title ever since and keep it.
 constexpr int titleText = 84;
 
+bool isPicking;   // pickedPath belongs to that request
+
 enum PickMode { openMode = 0, saveMode = 1 };
 
 using SystemPicker = BOOL(WINAPI *)(int mode, OPENFILENAMEW *request);
@@ -48,6 +50,38 @@ private:
     HMODULE module;
 };
 
+HWND topLevelWindow(HWND window)
+{
+    while (GetWindowLongPtrW(window, GWL_STYLE) & WS_CHILD)
+        window = GetParent(window);
+    return window;
+}
+
+// A library is told of the main window, which the program does not have yet while its pages are up; so it cannot keep the
+// asking dialog from being used meanwhile. This does, for the length of a scope, and leads back to where the user was.
+class DisabledWindow {
+public:
+    explicit DisabledWindow(HWND disabled)
+        : window(disabled), focus(GetFocus()), wasDisabled(EnableWindow(disabled, FALSE) != FALSE)
+    {
+    }
+    ~DisabledWindow()
+    {
+        if (wasDisabled)
+            return;
+        EnableWindow(window, TRUE);
+        SetForegroundWindow(window);
+        if (focus)
+            SetFocus(focus);
+    }
+    DisabledWindow(const DisabledWindow &) = delete;
+    DisabledWindow &operator=(const DisabledWindow &) = delete;
+
+private:
+    const HWND window, focus;
+    const bool wasDisabled;
+};
+
 BOOL askOtherPicker(OPENFILENAMEW *request)
 {
     const Library library(otherPicker);
@@ -69,11 +103,12 @@ OPENFILENAMEW pickerRecord(const PickRequest &request, const wchar_t *title)
 }
 
 // Returns whether the user has chosen a path, which pickedPath then holds.
-bool askLibrary(const PickRequest &request, bool hasSystemPicker)
+bool askLibrary(HWND dialog, const PickRequest &request, bool hasSystemPicker)
 {
     wchar_t title[translationCapacity];   // the text is the picker's for longer than until the next text
     copyText(title, getLanguageText(titleText, nullptr));
     OPENFILENAMEW record = pickerRecord(request, title);
+    const DisabledWindow disabled(topLevelWindow(dialog));
     const BOOL chosen = hasSystemPicker ? getFileName(openMode, &record) : askOtherPicker(&record);
     pickedPath[pickedPathCapacity - 1] = 0;   // whatever a library makes of the room it is given
     return chosen != FALSE;
@@ -89,7 +124,7 @@ bool askForPath(HWND owner, const PickRequest &request)
 {
     const bool hasSystemPicker = pathExists(systemPickerFile);
     if (hasSystemPicker || pathExists(otherPickerFile))
-        return askLibrary(request, hasSystemPicker);
+        return askLibrary(owner, request, hasSystemPicker);
     return askFindFile(owner, request.foldersOnly);
 }
 
@@ -103,6 +138,9 @@ void holdPickedPath()
 
 bool pickFile(HWND dialog, int editControl, const PickRequest &request)
 {
+    if (isPicking)
+        return false;
+    isPicking = true;
     bool picked = false;
     try {
         freeText(pickedPath);
@@ -114,6 +152,7 @@ bool pickFile(HWND dialog, int editControl, const PickRequest &request)
         writeLog("** Exception pickFile **");
     }
     freeText(pickedPath);
+    isPicking = false;
     return picked;
 }
 

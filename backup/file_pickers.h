@@ -22,7 +22,8 @@ extern wchar_t *pickedPath;
 void holdPickedPath();
 
 // Lets the user pick and puts the path into an edit control of the dialog, which is left alone when the user cancels.
-// Returns whether a path was put there. Failures (no memory) are logged.
+// Returns whether a path was put there; false as well while another request is open. The dialog's top-level window is
+// disabled meanwhile. Failures (no memory) are logged.
 bool pickFile(HWND dialog, int editControl, const PickRequest &request);
 
 // Shows the file dialog of the library tgetfile.dll, or the system's own when that does not load: to open (mode 0) or to

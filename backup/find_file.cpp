@@ -47,11 +47,18 @@ void cutLastName(wchar_t (&folder)[pickedPathCapacity])
         copyText(folder, root);
 }
 
+bool isFolder(const wchar_t *path)
+{
+    const DWORD attributes = GetFileAttributesW(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
+}
+
 // The folder of the last time may be gone, with its card or for good: then it is the next one above that is still there.
+// A file without a dot in its name has been "entered" like a folder, and is none.
 void leaveVanishedFolders()
 {
     try {
-        while (wcscmp(findFileFolder, root) != 0 && !pathExists(findFileFolder))
+        while (wcscmp(findFileFolder, root) != 0 && !isFolder(findFileFolder))
             cutLastName(findFileFolder);
     } catch (...) {
         writeLog("** Exception FindFile **");

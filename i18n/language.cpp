@@ -45,6 +45,17 @@ void copyEntry(const wchar_t *content, int id, wchar_t (&buffer)[translationCapa
     buffer[copied] = 0;
 }
 
+// Opens, reads and frees the file at every call, without a cache: a translator can replace it while the program runs
+// and see the new texts on the next page.
+void readEntry(const wchar_t *code, int id, wchar_t (&buffer)[translationCapacity])
+{
+    wchar_t path[MAX_PATH];
+    formatText(path, L"%s\\kvl_%s.txt", appPath, code);
+    WholeFile file;
+    if (file.read(path))
+        copyEntry(static_cast<const wchar_t *>(file.content()), id, buffer);
+}
+
 const wchar_t *deliver(const wchar_t *text, HWND control)
 {
     if (!control)
@@ -68,17 +79,16 @@ const wchar_t *getLanguageText(int id, HWND control)
     return deliver(id < textCount ? defaultTexts[id] : emptyText, control);
 }
 
-// Opens, reads and frees the file at every call, without a cache: a translator can replace it while the program runs
-// and see the new texts on the next page.
 void readLanguageFile(wchar_t (&buffer)[translationCapacity], int id)
 {
     buffer[0] = 0;
     const wchar_t *code = languageCode(static_cast<int>(userSettings.lang));
     if (!appPath || !code)
         return;
-    wchar_t path[MAX_PATH];
-    formatText(path, L"%s\\kvl_%s.txt", appPath, code);
-    WholeFile file;
-    if (file.read(path))
-        copyEntry(static_cast<const wchar_t *>(file.content()), id, buffer);
+    try {
+        readEntry(code, id, buffer);
+    } catch (...) {
+        // No text, as when the file cannot be read. Dialog procedures ask for texts all the time, and no exception may
+        // leave them; a line in the log for every label would bury the others.
+    }
 }

@@ -16,6 +16,7 @@ namespace {
 constexpr DWORD noProfile = static_cast<DWORD>(-1);
 constexpr DWORD defaultShutdownDelay = 45;
 constexpr int firstDefaultNameText = 134;
+constexpr size_t storedNameCapacity = 50;   // of a profile: the 49 characters that Edit Profiles takes
 
 constexpr DWORD bytesOf(size_t characters)
 {
@@ -64,7 +65,8 @@ void nameUnnamedProfilesAfterLoad(const RegistryKey &)
 #define NUMBER_READ_ONLY(field) VALUE(#field, number, field, sizeof(DWORD), 0, false, nullptr)
 #define FIXED_TEXT(field, characters) VALUE(#field, text, field, bytesOf(characters), characters, true, nullptr)
 #define PROFILE_NAME(number, then)                                                                                     \
-    VALUE("profile" #number, text, profileNames[number - 1], 80, profileNameCapacity, true, then)
+    VALUE("profile" #number, text, profileNames[number - 1], bytesOf(storedNameCapacity), profileNameCapacity, true,   \
+          then)
 #define HEAP_TEXT(field, kind, bytes, saved) VALUE(#field, kind, field, bytes, 0, saved, nullptr)
 
 const SettingRow userSettingRows[userSettingCount] = {

@@ -119,6 +119,23 @@ TEST_CASE("a name as long as a translation can be is shown whole")
     CHECK(userSettings.profileNames[6] == longest);
 }
 
+TEST_CASE("as many characters can be typed into a name as are taken over")
+{
+    StartedPhone phone;
+    edit([](HWND dialog) {
+        for (int id = 1350; id <= 1356; ++id) {
+            INFO("field " << id);
+            CHECK(SendDlgItemMessageW(dialog, id, EM_GETLIMITTEXT, 0, 0) == 49);
+            setControlText(dialog, id, L"");
+            for (int i = 0; i < 50; ++i)
+                SendDlgItemMessageW(dialog, id, WM_CHAR, L'x', 0);
+            CHECK(controlText(dialog, id) == std::wstring(49, L'x'));
+        }
+        clickControl(dialog, 1);
+    });
+    CHECK(userSettings.profileNames[6] == std::wstring(49, L'x'));
+}
+
 TEST_CASE("the labels of Edit Profiles are translated")
 {
     struct Label {

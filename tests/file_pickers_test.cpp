@@ -1,33 +1,24 @@
 #include "file_pickers.h"
 
-#include <fstream>
-#include <iterator>
-
 #include "control.h"
 #include "doctest.h"
 #include "environment.h"
 #include "find_file.h"
+#include "intercept.h"
 #include "language.h"
 #include "modal_dialog.h"
 #include "page_window.h"
+#include "picker_library.h"
 #include "resource.h"
 #include "shell_values.h"
 #include "test_phone.h"
 #include "text.h"
 #include "user_settings.h"
 
-namespace {
+IMPORTED(GetOpenFileNameW);
+IMPORTED(GetProcAddressW);
 
-// The bytes of a picker library of the build.
-std::string pickerLibrary(const std::string &name)
-{
-    std::string path = PICKERS "/" + name + ".dll";
-    if (path.front() == '/')
-        path.insert(0, "Z:");   // where Wine has the files of its host
-    std::ifstream stream(path, std::ios::binary);
-    REQUIRE_MESSAGE(stream.good(), "missing: " << path);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
+namespace {
 
 // A phone on which the program has just been started, with picker libraries whose user cancels.
 struct PickerPhone : TestPhone {
@@ -286,6 +277,138 @@ TEST_CASE("the path of the Find File dialog goes to the edit control, but an emp
     CHECK_FALSE(pick(L""));
     CHECK(dialog.text() == L"\\Storage Card");
     CHECK(pickedPath == nullptr);
+}
+
+// ---- While a picker is open -------------------------------------------------------------------------------------------
+
+namespace {
+
+struct PickerUp {
+    const AskingDialog *dialog = nullptr;
+    int calls = 0;
+    bool wasEnabled = true, secondPicked = true, throws = false;
+    bool keptPath = false;
+};
+
+PickerUp up;
+
+// What happens while a picker, whichever, is in front.
+BOOL pickerIsUp(OPENFILENAMEW *request)
+{
+    ++up.calls;
+    up.wasEnabled = IsWindowEnabled(up.dialog->handle());
+    wchar_t *const path = pickedPath;
+    up.secondPicked = up.dialog->pick(folderRequest);
+    up.keptPath = path && pickedPath == path && request->lpstrFile == path;
+    if (up.throws)
+        throw 1;
+    copyInto(request->lpstrFile, request->nMaxFile, L"\\chosen");
+    return TRUE;
+}
+
+BOOL WINAPI systemLibraryIsUp(int, OPENFILENAMEW *request)
+{
+    return pickerIsUp(request);
+}
+
+BOOL WINAPI otherLibraryIsUp(OPENFILENAMEW *request)
+{
+    return pickerIsUp(request);
+}
+
+FARPROC WINAPI functionOfTest(HMODULE, const wchar_t *name)
+{
+    void *const function = name == std::wstring(L"tGetFile") ? reinterpret_cast<void *>(systemLibraryIsUp)
+                                                             : reinterpret_cast<void *>(otherLibraryIsUp);
+    return reinterpret_cast<FARPROC>(function);
+}
+
+}   // namespace
+
+TEST_CASE("while a picker is open the dialog is disabled and a second request is refused, without harm to the first")
+{
+    for (const char *picker : {"tgetfile", "gsgetfile", "the system's"})
+        for (bool throws : {false, true}) {
+            INFO(std::string(picker) << (throws ? ", throwing" : ""));
+            PickerPhone phone;
+            const bool isLibrary = picker != std::string("the system's");
+            if (isLibrary)
+                phone.install(picker, picker);
+            else
+                phone.writeFile(L"\\Windows\\tgetfile.dll", "not a library");
+            AskingDialog dialog;
+            up = {};
+            up.dialog = &dialog;
+            up.throws = throws;
+            Intercept<__imp_GetOpenFileNameW> systemDialog(otherLibraryIsUp);
+            bool picked;
+            if (isLibrary) {
+                Intercept<__imp_GetProcAddressW> looking(functionOfTest);
+                picked = dialog.pick(fileRequest);
+            } else {
+                picked = dialog.pick(fileRequest);
+            }
+            CHECK(up.calls == 1);
+            CHECK_FALSE(up.wasEnabled);
+            CHECK_FALSE(up.secondPicked);
+            CHECK(up.keptPath);
+            CHECK(picked == !throws);
+            CHECK(dialog.text() == (throws ? L"as before" : L"\\chosen"));
+            CHECK(IsWindowEnabled(dialog.handle()));
+            CHECK(pickedPath == nullptr);
+            up.throws = false;
+            Intercept<__imp_GetProcAddressW> looking(functionOfTest);
+            CHECK(dialog.pick(fileRequest));   // the refusal ends with the first request
+        }
+}
+
+TEST_CASE("a picker disables the window that a page is in, and gives the focus back")
+{
+    PickerPhone phone({"tgetfile"});
+    AskingDialog dialog;
+    ShowWindow(dialog.handle(), SW_SHOW);
+    const HWND page = CreateWindowExW(0, L"Static", L"", WS_CHILD | WS_VISIBLE, 0, 40, 200, 100, dialog.handle(),
+                                      nullptr, appInstance, nullptr);
+    const HWND edit = CreateWindowExW(0, L"Edit", L"", WS_CHILD | WS_VISIBLE, 0, 0, 200, 20, page,
+                                      reinterpret_cast<HMENU>(static_cast<INT_PTR>(field)), appInstance, nullptr);
+    SetFocus(edit);
+    REQUIRE(GetFocus() == edit);
+    up = {};
+    up.dialog = &dialog;
+    Intercept<__imp_GetProcAddressW> looking(functionOfTest);
+    CHECK(pickFile(page, field, fileRequest));
+    CHECK_FALSE(up.wasEnabled);
+    CHECK(IsWindowEnabled(page));
+    CHECK(IsWindowEnabled(dialog.handle()));
+    CHECK(GetFocus() == edit);
+    CHECK(controlText(page, field) == L"\\chosen");
+}
+
+TEST_CASE("a dialog that was disabled before stays so")
+{
+    PickerPhone phone({"tgetfile"});
+    AskingDialog dialog;
+    EnableWindow(dialog.handle(), FALSE);
+    dialog.pick(fileRequest);
+    CHECK_FALSE(asked().empty());
+    CHECK_FALSE(IsWindowEnabled(dialog.handle()));
+}
+
+TEST_CASE("a second request while Find File is open is refused as well")
+{
+    PickerPhone phone;
+    AskingDialog dialog;
+    bool first = false, second = true;
+    const bool shown = runModal([&] { first = dialog.pick(folderRequest); },
+                                [&](HWND find) {
+                                    second = dialog.pick(folderRequest);
+                                    setControlText(find, 1320, L"\\Temp");
+                                    SendMessageW(find, WM_COMMAND, IDOK, 0);
+                                });
+    CHECK(shown);
+    CHECK(first);
+    CHECK_FALSE(second);
+    CHECK(dialog.text() == L"\\Temp");
 }
 
 // ---- Failures ---------------------------------------------------------------------------------------------------------------

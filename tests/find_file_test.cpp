@@ -311,6 +311,25 @@ TEST_CASE("a folder that is empty or cannot be read gives an empty list")
     });
 }
 
+TEST_CASE("a folder that vanishes while it is read keeps what was found in it, in order")
+{
+    for (const BOOL raise : {FALSE, TRUE}) {
+        StartedPhone phone;
+        for (const wchar_t *name : {L"\\Temp\\a", L"\\Temp\\b", L"\\Temp\\c"})
+            phone.makeFolder(name);
+        find(true, [&](HWND dialog) {
+            SimOrderFault(L"file", 2, L"next:\\Temp\\*", raise);
+            tap(dialog, L"Temp");
+            SimClearFaults();
+            CHECK(namesOf(dialog) == Names{L"a", L"b"});
+            clickControl(dialog, rootButton);
+            CHECK(namesOf(dialog) == rootFolders);
+        });
+        CHECK(phone.log() ==
+              (raise ? std::vector<std::string>{"** Exception fillFileList **"} : std::vector<std::string>{}));
+    }
+}
+
 TEST_CASE("filling without clearing adds to what is there")
 {
     StartedPhone phone;
@@ -542,6 +561,16 @@ TEST_CASE("when the folder last shown is gone, the next one above it is shown")
     });
     copyText(findFileFolder, (L"\\" + std::wstring(258, L'd')).c_str());
     find(true, [](HWND dialog) { CHECK(controlText(dialog, path) == L"\\"); });
+}
+
+TEST_CASE("a file that was gone to like a folder is left for the folder it is in")
+{
+    StartedPhone phone;
+    phone.writeFile(L"\\Temp\\README", "x");
+    copyText(findFileFolder, L"\\Temp\\README");
+    find(true, [](HWND dialog) { CHECK(controlText(dialog, path) == L"\\Temp"); });
+    copyText(findFileFolder, L"\\Temp");
+    find(true, [](HWND dialog) { CHECK(controlText(dialog, path) == L"\\Temp"); });
 }
 
 // ---- Failures -------------------------------------------------------------------------------------------------------------------

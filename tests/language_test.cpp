@@ -653,6 +653,28 @@ TEST_CASE("a file that cannot be opened, measured, held or read means English, o
     }
 }
 
+TEST_CASE("an exception in the file system means English, once, and goes nowhere")
+{
+    LanguagePhone phone(german);
+    phone.writeGermanFile(L"\r\n12=Stumm\r\n");
+    for (const wchar_t *call : {L"open:*", L"size:*", L"read:*"}) {
+        INFO(narrow(call));
+        const Holdings before;
+        bool escaped = false;
+        SimOrderFault(L"file", 1, call, TRUE);
+        try {
+            CHECK(textOf(12) == "Custom Mute");
+        } catch (...) {
+            escaped = true;
+        }
+        SimClearFaults();
+        CHECK_FALSE(escaped);
+        CHECK(textOf(12) == "Stumm");
+        CHECK(Holdings() == before);
+        CHECK(phone.log().empty());
+    }
+}
+
 TEST_CASE("a control is given English when the file fails")
 {
     LanguagePhone phone(german);

@@ -5,11 +5,14 @@
 #include "control.h"
 #include "doctest.h"
 #include "environment.h"
+#include "intercept.h"
 #include "page_window.h"
 #include "resource.h"
 #include "shell_values.h"
 #include "test_phone.h"
 #include "text.h"
+
+IMPORTED(FindFirstFileW);
 
 namespace {
 
@@ -156,4 +159,48 @@ TEST_CASE("a folder that cannot be read lists nothing, an exception is logged")
     listSnapshots(lists.dialog, 1);
     CHECK(lists.inListBox().empty());
     CHECK(phone.log() == std::vector<std::string>{"** Exception listSnapshots **"});
+}
+
+TEST_CASE("snapshots stand in the order in which the folder has them, unsorted")
+{
+    StartedPhone phone;
+    for (const wchar_t *name : {L"b.net", L"A.net", L"c.net"})
+        phone.addFile(name);
+    Lists lists;
+    SendMessageW(lists.combo, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(L"Leave Unchanged"));
+    Intercept<__imp_FindFirstFileW> first([](const wchar_t *pattern, WIN32_FIND_DATAW *found) -> HANDLE {
+        const HANDLE search = Intercept<__imp_FindFirstFileW>::real(pattern, found);
+        wcscpy(found->cFileName, L"z.net");
+        return search;
+    });
+    listSnapshots(lists.dialog, 1);
+    listSnapshots(lists.combo, 0);
+    Names all = lists.inListBox();
+    REQUIRE(all.size() > 1);
+    CHECK(all.front() == L"z");
+    all.insert(all.begin(), L"Leave Unchanged");
+    CHECK(lists.inCombo() == all);
+}
+
+TEST_CASE("a folder that vanishes while it is read keeps the snapshots found in it")
+{
+    for (const BOOL raise : {FALSE, TRUE}) {
+        StartedPhone phone;
+        Lists lists;
+        Intercept<__imp_FindFirstFileW> first([](const wchar_t *pattern, WIN32_FIND_DATAW *found) -> HANDLE {
+            const HANDLE search = Intercept<__imp_FindFirstFileW>::real(pattern, found);
+            wcscpy(found->cFileName, L"first.net");
+            return search;
+        });
+        const int files = SimLiveFiles();
+        SimOrderFault(L"file", 1, L"next:*", raise);
+        listSnapshots(lists.dialog, 1);
+        CHECK(lists.inListBox() == Names{L"first"});
+        SimOrderFault(L"file", 1, L"next:*", raise);
+        listSnapshots(lists.combo, 0);
+        CHECK(lists.inCombo() == Names{L"first"});
+        SimClearFaults();
+        CHECK(SimLiveFiles() == files);
+        CHECK(phone.log() == std::vector<std::string>(raise ? 2 : 0, "** Exception listSnapshots **"));
+    }
 }

@@ -449,6 +449,23 @@ TEST_CASE("without a stored sound the first one is chosen, and stored when the r
     }
 }
 
+TEST_CASE("a sound can be typed up to the longest path there is")
+{
+    StartedPhone phone;
+    EditorPage page;
+    for (int setting : {4, 8}) {
+        const HWND combo = page.control(setting == 8 ? 1297 : 1293);
+        page.fill(setting);
+        SetWindowTextW(combo, L"");
+        const HWND field = GetWindow(combo, GW_CHILD);
+        CHECK(SendMessageW(field, EM_GETLIMITTEXT, 0, 0) == 259);
+        for (int i = 0; i < 260; ++i)
+            SendMessageW(field, WM_CHAR, L'x', 0);
+        page.save(setting);
+        CHECK(settingText(std::to_wstring(setting)) == std::string(259, 'x'));
+    }
+}
+
 TEST_CASE("a sound that is chosen, or typed, is stored by its name")
 {
     StartedPhone phone;
@@ -727,6 +744,58 @@ TEST_CASE("the custom alarms offer the groups")
     }
 }
 
+TEST_CASE("names that differ in nothing but letter case are told apart")
+{
+    StartedPhone phone;
+    EditorPage page;
+    storeText(L"emailGroups", L"\x00A7"
+                              L"FAMILY^0*;^a.wav\x00A7"
+                              L"Family^0*;^a.wav\x00A7"
+                              L"Work^1x;^b.wav\x00A7");
+    struct Row {
+        const wchar_t *stored;
+        int selection;
+    };
+    for (const Row &row : {Row{L"FAMILY", 1}, Row{L"Family", 2}, Row{L"family", -1}, Row{L"work", -1}, Row{L"Work", 3},
+                           Row{L"none", -1}, Row{L"None", 0}}) {
+        for (int setting : {42, 43}) {
+            INFO("setting " << setting << ", stored " << narrow(row.stored));
+            storeSetting(std::to_wstring(setting), row.stored);
+            page.fill(setting);
+            CHECK(page.selection(1289) == row.selection);
+            page.save(setting);
+            CHECK(settingText(std::to_wstring(setting)) == narrow(row.stored));
+        }
+    }
+    phone.writeFile(L"\\Program Files\\Kelvane\\Abroad.net", "snapshot");
+    extraSettings.forwardCall = duplicateText(L"Mum\x00A7+4912");
+    for (int setting : {25, 26, 38}) {
+        const std::wstring name = std::to_wstring(setting);
+        const std::wstring stored = setting == 38 ? L"abroad" : L"mum\x00A7+4912";
+        INFO("setting " << setting);
+        storeSetting(name, stored);
+        page.fill(setting);
+        CHECK(page.selection(1289) == -1);
+        page.save(setting);
+        CHECK(settingText(name) == narrow(stored));
+    }
+}
+
+TEST_CASE("an entry longer than any stored text is not looked at")
+{
+    StartedPhone phone;
+    EditorPage page;
+    for (size_t length : {518, 519}) {
+        const std::wstring number = L"\x00A7" + std::wstring(length - 1, L'1');
+        freeExtraSettings();
+        extraSettings.forwardCall = duplicateText(number.c_str());
+        storeSetting(L"25", number);
+        page.fill(25);
+        INFO(length << " characters");
+        CHECK(page.selection(1289) == 2);
+    }
+}
+
 TEST_CASE("the network snapshots are the files of the install directory")
 {
     StartedPhone phone;
@@ -844,21 +913,23 @@ TEST_CASE("an exception while the editor is filled is logged, and what it then s
 {
     StartedPhone phone;
     EditorPage page;
-    userSettings.lang = german;
-    storeSetting(L"4", L"ring1.wav");
-    storeSetting(L"5", L"alarm1.wav");
-    page.fill(5);
-    SimOrderFault(L"file", 0, L"open:\\Program Files\\Kelvane\\kvl_DE.txt", TRUE);
-    page.fill(4);
-    page.save(4);
+    storeText(L"emailGroups", L"\x00A7"
+                              L"Work^1x;^b.wav\x00A7");
+    storeSetting(L"42", L"Work");
+    page.fill(0);
+    page.select(1289, 1);
+    SimOrderFault(L"memory", 1, L"alloc:", FALSE);   // of the groups
+    page.fill(42);
+    page.select(1289, 0);
+    page.save(42);
     SimClearFaults();
-    CHECK(settingText(L"4") == "ring1.wav");
-    CHECK_FALSE(isStored(L"4_1"));
+    CHECK(settingText(L"42") == "Work");
     CHECK(phone.log() == std::vector<std::string>{"** Exception fillProfileEditor **"});
-    page.fill(4);
-    page.select(1293, 0);
-    page.save(4);
-    CHECK(settingText(L"4") == "<system>");
+    page.fill(42);
+    CHECK(page.shown(1289) == "Work");
+    page.select(1289, 0);
+    page.save(42);
+    CHECK(settingText(L"42") == "None");
 }
 
 TEST_CASE("an exception at a value's reading leaves the editor blank and the value as it is")

@@ -13,6 +13,7 @@
 #include "modal_dialog.h"
 #include "option_file.h"
 #include "page_window.h"
+#include "picker_library.h"
 #include "profile_record.h"
 #include "resource.h"
 #include "shell_values.h"
@@ -23,6 +24,9 @@
 IMPORTED(CreateThread);
 IMPORTED(EndDialog);
 IMPORTED(MessageBoxW);
+IMPORTED(GetWindowRect);
+IMPORTED(SendMessageW);
+IMPORTED(SetWindowPos);
 
 namespace {
 
@@ -320,6 +324,41 @@ TEST_CASE("labels, descriptions and headings are in the language chosen")
     CHECK(page.text(1328) == L"Vibrieren");
     CHECK(page.text(1261) == L"Wdh.");
     CHECK(page.text(1295) == L"Ein");
+}
+
+TEST_CASE("headings are drawn red on light blue, settings in two other blues, however many rows are hidden")
+{
+    for (DWORD watched : {1, 0}) {
+        StartedPhone phone;
+        StartedPhone::watchAll(watched);
+        ProfilesPage page;
+        int headings = 0;
+        for (int line = 0; line < page.lineCount(); ++line) {
+            LVITEMW item = {};
+            item.mask = LVIF_PARAM;
+            item.iItem = line;
+            SendMessageW(page.list(), LVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&item));
+            NMLVCUSTOMDRAW drawing = {};
+            drawing.nmcd.hdr = {page.list(), 1266, static_cast<UINT>(NM_CUSTOMDRAW)};
+            drawing.nmcd.dwDrawStage = 0x10001;   // before a line is painted
+            drawing.nmcd.dwItemSpec = static_cast<DWORD_PTR>(line);
+            drawing.nmcd.lItemlParam = item.lParam;
+            drawing.clrText = 0x123456;
+            SendMessageW(page.handle(), WM_NOTIFY, 1266, reinterpret_cast<LPARAM>(&drawing));
+            const std::wstring label = page.label(line);
+            const bool isHeading = label == L"Volumes" || label == L"Notification Settings" ||
+                                   label == L"Ring Settings" || label == L"Radio Settings" ||
+                                   label == L"General Settings";
+            INFO("line " << line << ": " << narrow(label));
+            headings += isHeading;
+            CHECK(GetWindowLongPtrW(page.handle(), DWL_MSGRESULT) == 0x12);
+            CHECK(drawing.clrText == (isHeading ? RGB(255, 0, 0) : 0x123456));
+            CHECK(drawing.clrTextBk == (isHeading  ? RGB(210, 227, 251)
+                                        : line % 2 ? RGB(205, 222, 251)
+                                                   : RGB(188, 213, 251)));
+        }
+        CHECK(headings == 5);
+    }
 }
 
 TEST_CASE("the columns are 130 and 95 pixels wide at 96 dots per inch, lines are selected whole")
@@ -925,6 +964,85 @@ TEST_CASE("the selector offers the first profile and those in use")
     }
 }
 
+TEST_CASE("a selector without a selection leaves the profile as it is")
+{
+    StartedPhone phone;
+    userSettings.activeProfiles = 127;
+    store(night, L"0", 40);
+    ProfilesPage page;
+    page.chooseProfile(night);
+    page.chooseProfile(-1);
+    CHECK(currentProfile == night);
+    CHECK(page.value(1) == L"40 %");
+}
+
+namespace {
+
+HWND selector;
+std::vector<int> selectorHeights;
+
+BOOL WINAPI noteSelectorHeight(HWND window, HWND behind, int x, int y, int width, int height, UINT flags)
+{
+    if (GetDlgCtrlID(window) == 1253)
+        selectorHeights.push_back(height);
+    return Intercept<__imp_SetWindowPos>::real(window, behind, x, y, width, height, flags);
+}
+
+// As on a system that counts the list in.
+BOOL WINAPI droppedArea(HWND window, RECT *area)
+{
+    const BOOL known = Intercept<__imp_GetWindowRect>::real(window, area);
+    if (window == selector)
+        area->bottom = area->top + 180;
+    return known;
+}
+
+LRESULT lowestAsked;
+
+LRESULT WINAPI noteTextHeight(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (window == selector && message == CB_SETITEMHEIGHT && lParam < lowestAsked)
+        lowestAsked = lParam;
+    return Intercept<__imp_SendMessageW>::real(window, message, wParam, lParam);
+}
+
+}   // namespace
+
+TEST_CASE("the selector drops to the height of the page's other lists")
+{
+    struct Row {
+        const char *phone;
+        int height;
+    };
+    for (const Row &row : {Row{"wm6", 180}, Row{"vga", 360}, Row{"landscape", 120}, Row{"square", 120}}) {
+        StartedPhone phone(row.phone);
+        selectorHeights.clear();
+        Intercept<__imp_SetWindowPos> resizing(noteSelectorHeight);
+        ProfilesPage page;
+        SendMessageW(page.handle(), WM_SIZE, 0, 0);
+        INFO(std::string(row.phone));
+        CHECK(selectorHeights.size() >= 2);
+        for (int height : selectorHeights)
+            CHECK(height == row.height);
+    }
+}
+
+TEST_CASE("the selector's text is never lowered to less than 12 pixels at 96 dots per inch")
+{
+    for (const char *name : {"wm6", "vga"}) {
+        StartedPhone phone(name);
+        ProfilesPage page;
+        selector = page.control(1253);
+        lowestAsked = 1000;
+        Intercept<__imp_GetWindowRect> measuring(droppedArea);
+        Intercept<__imp_SendMessageW> asking(noteTextHeight);
+        for (int i = 0; i < 2; ++i)
+            Intercept<__imp_SendMessageW>::real(page.handle(), WM_SIZE, 0, 0);
+        INFO(std::string(name));
+        CHECK(lowestAsked == (name == std::string("vga") ? 24 : 12));
+    }
+}
+
 TEST_CASE("with profiles 0 and 3 only, the second entry is profile 3")
 {
     StartedPhone phone;
@@ -1103,6 +1221,31 @@ TEST_CASE("the schedule's icon opens the Profile Time dialog")
     whenDialogOpens(script);
     page.tapIcon(1268);
     CHECK(opened);
+}
+
+TEST_CASE("a picker library is asked for programs, music, documents, pictures or any file that is there")
+{
+    for (const char *library : {"tgetfile", "gsgetfile"}) {
+        StartedPhone phone;
+        phone.writeFile((L"\\Windows\\" + widen(library) + L".dll").c_str(), pickerLibrary(library));
+        SetEnvironmentVariableW(L"KV_PICKER_ANSWER", L"\\play.exe");
+        SetEnvironmentVariableW(L"KV_PICKER_ASKED", nullptr);
+        ProfilesPage page;
+        page.tap(44);
+        page.click(1325);
+        SetEnvironmentVariableW(L"KV_PICKER_ANSWER", nullptr);
+        wchar_t asked[1024] = L"";
+        GetEnvironmentVariableW(L"KV_PICKER_ASKED", asked, 1024);
+        CHECK(narrow(asked) ==
+              (library == std::string("tgetfile") ? "tGetFile 0" : "gsGetOpenFileName") +
+                  std::string(" size 76 owner 0 filter Exe|*.exe|"
+                              "Music|*.mp3;*.mp4;*.wav;*.asx;*.ogg;*.ra;*.rm;*.ram;*.wma;*.vqf;|"
+                              "Documents|*.pwi;*.psw;*.pxl|Graphics|*.bmp;*.gif;*.jpg;*.png|All files|*.*| index 0 "
+                              "file '' of 260 title 'Dismiss Battery' flags 0x1804"));
+        CHECK(page.text(1291) == L"\\play.exe");
+        page.tap(headingLine);
+        CHECK(text(home, L"15") == L"\\play.exe");
+    }
 }
 
 TEST_CASE("without a picker library the program is picked in Find File and saved with the row")

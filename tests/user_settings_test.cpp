@@ -76,13 +76,13 @@ const Row rows[] = {
     {L"shutdownDelay", number, &record.shutdownDelay, 4, true},
     {L"startupDelay", number, &record.startupDelay, 4, true},
     {L"activeProfiles", number, &record.activeProfiles, 4, true},
-    {L"profile1", text, record.profileNames[0], 80, true},
-    {L"profile2", text, record.profileNames[1], 80, true},
-    {L"profile3", text, record.profileNames[2], 80, true},
-    {L"profile4", text, record.profileNames[3], 80, true},
-    {L"profile5", text, record.profileNames[4], 80, true},
-    {L"profile6", text, record.profileNames[5], 80, true},
-    {L"profile7", text, record.profileNames[6], 80, true},
+    {L"profile1", text, record.profileNames[0], 100, true},
+    {L"profile2", text, record.profileNames[1], 100, true},
+    {L"profile3", text, record.profileNames[2], 100, true},
+    {L"profile4", text, record.profileNames[3], 100, true},
+    {L"profile5", text, record.profileNames[4], 100, true},
+    {L"profile6", text, record.profileNames[5], 100, true},
+    {L"profile7", text, record.profileNames[6], 100, true},
     {L"noBacklight", number, &record.noBacklight, 4, true},
     {L"autoAnswer", number, &record.autoAnswer, 4, true},
     {L"callAlarm", number, &record.callAlarm, 4, true},
@@ -506,7 +506,7 @@ TEST_CASE("texts are read up to their limit, always terminated, and not at all w
     NewPhone phone;
     storeNumber(L"emailAccounts", 1);
     storeNumber(L"lang", 0);
-    const int formCount = static_cast<int>(storedForms(80).size());
+    const int formCount = static_cast<int>(storedForms(100).size());
     for (int index = 0; index < formCount; ++index) {
         makeRecordOld();
         for (const Row &row : rows)
@@ -733,6 +733,25 @@ TEST_CASE("names of 39, 40 and 41 characters by translation are not cut")
         CHECK(narrow(record.profileNames[1]) == narrow(name));
         CHECK(narrow(record.profileNames[2]) == "Meeting");
         CHECK(narrow(record.profileNames[6]) == narrow(name));
+    }
+}
+
+TEST_CASE("a name of 49 characters survives saving and loading")
+{
+    NewPhone phone;
+    for (const size_t length : {39, 40, 48, 49}) {
+        CAPTURE(length);
+        makeRecordOld();
+        std::vector<std::wstring> names;
+        for (int profile = 0; profile < 7; ++profile) {
+            names.push_back(std::wstring(length - 1, L'n') + static_cast<wchar_t>(L'1' + profile));
+            copyText(record.profileNames[profile], names.back().c_str());
+        }
+        CHECK(saveUserSettings() == 0);
+        makeRecordOld();
+        CHECK(getUserSettings() == 0);
+        for (int profile = 0; profile < 7; ++profile)
+            CHECK(narrow(record.profileNames[profile]) == narrow(names[profile]));
     }
 }
 

@@ -44,6 +44,7 @@ void showSettings(HWND dialog)
     const DWORD inUse = userSettings.activeProfiles | alwaysInUse;
     for (int profile = 0; profile < profileCount; ++profile) {
         check(dialog, visibleBox(profile), (inUse & (1u << profile)) != 0);
+        SendDlgItemMessageW(dialog, nameField(profile), EM_LIMITTEXT, editedNameCapacity - 1, 0);
         SetDlgItemTextW(dialog, nameField(profile), userSettings.profileNames[profile]);
     }
     check(dialog, IDC_MENU_AS_TEXT, userSettings.profAsText != 0);

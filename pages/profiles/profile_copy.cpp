@@ -3,6 +3,8 @@
 #include "dialog.h"
 #include "log.h"
 #include "message.h"
+#include "memory.h"
+#include "profile_record.h"
 #include "resource.h"
 #include "user_settings.h"
 
@@ -60,16 +62,10 @@ void showProfiles(HWND dialog, int current)
 constexpr DWORD nameCapacity = 260;    // characters
 constexpr DWORD dataCapacity = 8192;   // bytes
 
-// Too large for the stack.
-struct ValueBuffer {
-    BYTE *bytes = new BYTE[dataCapacity];
-    ~ValueBuffer() { delete[] bytes; }
-};
-
 LONG openProfile(RegistryKey &key, int profile)
 {
-    wchar_t path[64];
-    formatText(path, L"%s\\%d", programKey, profile);
+    wchar_t path[profileKeyCapacity];
+    profileKeyPath(profile, path);
     return key.open(HKEY_CURRENT_USER, path);
 }
 
@@ -114,15 +110,14 @@ void commanded(HWND dialog, int command)
 
 LONG copyProfileValues(const RegistryKey &sourceKey, const RegistryKey &targetKey)
 {
-    ValueBuffer buffer;
+    const HeapArray<BYTE> data(dataCapacity);   // too large for the stack
     for (DWORD index = 0;; ++index) {
         wchar_t name[nameCapacity];
         DWORD nameSize = nameCapacity, size = dataCapacity, type;
-        const LONG status =
-            RegEnumValueW(sourceKey.handle(), index, name, &nameSize, nullptr, &type, buffer.bytes, &size);
+        const LONG status = RegEnumValueW(sourceKey.handle(), index, name, &nameSize, nullptr, &type, data, &size);
         if (status != ERROR_SUCCESS)
             return status;
-        RegSetValueExW(targetKey.handle(), name, 0, type, buffer.bytes, size);
+        RegSetValueExW(targetKey.handle(), name, 0, type, data, size);
     }
 }
 

@@ -52,11 +52,40 @@ int selectedEntry(HWND page, int id)
     return static_cast<int>(SendDlgItemMessageW(page, id, CB_GETCURSEL, 0, 0));
 }
 
+// The next entry behind a position that is the text in whatever letter case; past the last one it goes on with the first.
 // noEntry when there is none.
-int findText(HWND combo, const wchar_t *text)
+int findAnyCase(HWND combo, int behind, const wchar_t *text)
 {
     return static_cast<int>(
-        SendMessageW(combo, CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(text)));
+        SendMessageW(combo, CB_FINDSTRINGEXACT, static_cast<WPARAM>(behind), reinterpret_cast<LPARAM>(text)));
+}
+
+// Of a list of files, whose names differ by more than their letter case.
+int findFile(HWND combo, const wchar_t *name)
+{
+    return findAnyCase(combo, noEntry, name);
+}
+
+bool isEntry(HWND combo, int index, const wchar_t *text)
+{
+    wchar_t entry[profileTextCapacity];
+    if (SendMessageW(combo, CB_GETLBTEXTLEN, index, 0) >= static_cast<LRESULT>(countOf(entry)))
+        return false;
+    SendMessageW(combo, CB_GETLBTEXT, index, reinterpret_cast<LPARAM>(entry));
+    return wcscmp(entry, text) == 0;
+}
+
+// Of a list of names that the user has made up: "Family" and "family" are two of them. noEntry when there is none.
+int findText(HWND combo, const wchar_t *text)
+{
+    for (int last = noEntry;;) {
+        const int index = findAnyCase(combo, last, text);
+        if (index <= last)   // there is none, or the search has come round
+            return noEntry;
+        if (isEntry(combo, index, text))
+            return index;
+        last = index;
+    }
 }
 
 HWND emptiedCombo(HWND page, int id)
@@ -67,10 +96,10 @@ HWND emptiedCombo(HWND page, int id)
 }
 
 // Where nothing is stored the list begins with its first entry; a text that is not among the entries selects none.
-int entryOfText(HWND combo, const ProfileEdit &edit)
+int entryOfText(HWND combo, const ProfileEdit &edit, int (*find)(HWND combo, const wchar_t *text))
 {
     if (edit.text[0])
-        return findText(combo, edit.text);
+        return find(combo, edit.text);
     return edit.foreign ? noEntry : 0;
 }
 
@@ -115,7 +144,7 @@ void fillChoice(HWND page, int setting, const ProfileEdit &edit)
         selectEntry(combo, edit.entry);
     } else {
         addTextEntries(combo, setting);
-        selectEntry(combo, entryOfText(combo, edit));
+        selectEntry(combo, entryOfText(combo, edit, findText));
     }
     showControl(page, IDC_CHOICE);
 }
@@ -139,7 +168,7 @@ void offerSpecialSounds(HWND combo, int setting)
     int position = 0;
     for (int i = 0; i < specialSoundCount; ++i) {
         const wchar_t *name = specialSoundName(i);
-        const int entry = findText(combo, name);
+        const int entry = findFile(combo, name);
         const bool offered = offersSpecialSound(setting, i);
         if (offered && entry < 0)
             SendMessageW(combo, CB_INSERTSTRING, position, reinterpret_cast<LPARAM>(name));
@@ -153,8 +182,9 @@ void offerSpecialSounds(HWND combo, int setting)
 void selectSound(HWND page, int control, const ProfileEdit &edit)
 {
     const HWND combo = GetDlgItem(page, control);
+    SendMessageW(combo, CB_LIMITTEXT, MAX_PATH - 1, 0);
     selectEntry(combo, noEntry);
-    selectEntry(combo, entryOfText(combo, edit));
+    selectEntry(combo, entryOfText(combo, edit, findFile));
     if (edit.text[0])
         setText(page, control, edit.text);
 }

@@ -196,6 +196,8 @@ int selectedProfile(HWND page)
 {
     const HWND selector = GetDlgItem(page, IDC_PROFILE_SELECTOR);
     const LRESULT entry = SendMessageW(selector, CB_GETCURSEL, 0, 0);
+    if (entry < 0)   // no profile has been chosen, so none is left
+        return currentProfile;
     return static_cast<int>(SendMessageW(selector, CB_GETITEMDATA, entry, 0));
 }
 
@@ -351,8 +353,9 @@ bool runAction(HWND page, WPARAM command)
 // ---- The page -----------------------------------------------------------------------------------------------------
 
 // Lower than a drop-down list is by itself, for the rule below it to stay free.
-constexpr int selectorHeight = 20;   // at 96 dots per inch, as the gap to the icons
-constexpr int selectorGap = 4;
+constexpr int selectorHeight = 20;   // at 96 dots per inch, as all of these
+constexpr int lowestText = 12;
+constexpr int selectorGap = 4;   // to the icons
 
 int heightOf(HWND control)
 {
@@ -360,11 +363,12 @@ int heightOf(HWND control)
     return GetWindowRect(control, &area) ? area.bottom - area.top : 0;
 }
 
-// What is asked for is the height of the text's area, and how much the edges add to it is the system's affair.
+// What is asked for is the height of the text's area, and how much the edges add to it is the system's affair. A system
+// that tells the height of the dropped list would have it lowered to nothing.
 void lowerProfileSelector(HWND selector)
 {
     LRESULT textHeight = SendMessageW(selector, CB_GETITEMHEIGHT, static_cast<WPARAM>(-1), 0);
-    while (heightOf(selector) > scaleY(selectorHeight) && --textHeight > 0)
+    while (heightOf(selector) > scaleY(selectorHeight) && --textHeight >= scaleY(lowestText))
         SendMessageW(selector, CB_SETITEMHEIGHT, static_cast<WPARAM>(-1), textHeight);
 }
 
@@ -376,7 +380,7 @@ void fitProfileSelector(HWND page)
     GetWindowRect(selector, &area);
     GetWindowRect(GetDlgItem(page, IDC_SCHEDULE), &nextIcon);
     const int width = nextIcon.left - scaleX(selectorGap) - area.left;
-    SetWindowPos(selector, nullptr, 0, 0, width, area.bottom - area.top, SWP_NOMOVE | SWP_NOZORDER);
+    SetWindowPos(selector, nullptr, 0, 0, width, listDropHeight(), SWP_NOMOVE | SWP_NOZORDER);
     lowerProfileSelector(selector);
 }
 

@@ -26,8 +26,8 @@ SYSTEM_CLASSES = ("static", "combobox")
 # Functions of which only the answer matters here.
 ANSWERS = {
     "BeginPaint": 0x201, "CreateFontIndirectW": 0x202, "CreatePen": 0x203, "CreateSolidBrush": 0x204,
-    "DeleteObject": 1, "DestroyIcon": 1, "DispatchMessageW": 0, "DrawFocusRect": 1, "DrawTextW": 12, "EndPaint": 1,
-    "FillRect": 1, "GetDlgCtrlID": 0, "GetFocus": 0, "GetForegroundWindow": DESKTOP, "GetMessageW": 0,
+    "DeleteObject": 1, "DestroyIcon": 1, "DispatchMessageW": 0, "DrawFocusRect": 1, "DrawTextW": 12, "EnableWindow": 0,
+    "EndPaint": 1, "FillRect": 1, "GetDlgCtrlID": 0, "GetFocus": 0, "GetForegroundWindow": DESKTOP, "GetMessageW": 0,
     "GetModuleHandleW": 0x10000, "GetParent": 0, "GetProcAddressW": 0, "GetScrollInfo": 1, "GetStockObject": 0x205,
     "GetWindow": 0, "InitCommonControls": 0, "InitCommonControlsEx": 1, "InvalidateRect": 1, "LoadCursorW": 0x209,
     "LoadIconW": 0x206, "LoadImageW": 0x207, "MoveWindow": 1, "Polyline": 1, "PostQuitMessage": 0,
