@@ -28,14 +28,18 @@ wchar_t *splitAtComma(wchar_t *field)
 }
 
 // An event is stored by its name in the language of that day. Names in the current language and the English ones are
-// known, so that a schedule survives a change of the language.
+// known, so that a schedule survives a change of the language; the first of them in the text counts.
 const wchar_t *findEvent(const wchar_t *text, int nameText)
 {
-    const wchar_t *const found = wcsstr(text, getLanguageText(nameText, nullptr));
-    return found ? found : wcsstr(text, defaultTexts[nameText]);
+    const wchar_t *const translated = wcsstr(text, getLanguageText(nameText, nullptr));
+    const wchar_t *const english = wcsstr(text, defaultTexts[nameText]);
+    if (!translated || !english)
+        return translated ? translated : english;
+    return translated < english ? translated : english;
 }
 
-// The profile's number stands two characters before the event's name: one digit and the comma.
+// The profile's number stands two characters before the event's name: one digit and the comma. A name inside another one,
+// such as the place "[<ActiveSync>]", counts as well, and gives profile 0, as it always has: a place is hardly called so.
 void takeProfile(const wchar_t *text, int nameText, DWORD &profile)
 {
     const wchar_t *const event = findEvent(text, nameText);

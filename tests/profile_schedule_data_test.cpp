@@ -346,6 +346,9 @@ TEST_CASE("events are known by their translated names and by the English ones")
     takeProfilesFrom(L"5,<ActiveSync>,\u00A76,<Power-no ActiveSync>,\u00A7");
     CHECK(userSettings.activeSyncProfile == 5);
     CHECK(userSettings.ACPowerProfile == 6);
+    takeProfilesFrom(L"1,<ActiveSync>,\u00A72,<Abgleich>,\u00A73,<Strom>,\u00A74,<Power-no ActiveSync>,\u00A7");
+    CHECK(userSettings.activeSyncProfile == 1);   // the first, whatever its language
+    CHECK(userSettings.ACPowerProfile == 3);
     for (const wchar_t *name : {L"<Besetzt>", L"<Weg>", L"<Busy>", L"<Out of Office>"})
         CHECK(isAppointmentEvent(name));
     for (const wchar_t *name : {L"<Abgleich>", L"<Strom>", L"<ActiveSync>"})
