@@ -13,6 +13,7 @@
 #include "user_settings.h"
 
 IMPORTED(SendDlgItemMessageW);
+IMPORTED(SendMessageW);
 
 namespace {
 
@@ -694,6 +695,24 @@ TEST_CASE("a line that is moved keeps its columns and its days, however long the
     dialog.tap(1366);
     CHECK(dialog.lines() == Texts{L"Work|01:00|Mo,We,Fr", L"Meeting||" + event});
     CHECK(dialog.parameter(1) == 0);
+}
+
+TEST_CASE("a line that cannot be moved stays where it is, selected as it was")
+{
+    StartedPhone phone;
+    storeText(L"timeData", fiveLines);
+    ScheduleDialog dialog;
+    const Texts before = dialog.lines();
+    dialog.selectLines({1, 3});
+    Intercept<__imp_SendMessageW> sending([](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+        return message == LVM_INSERTITEMW ? -1
+                                          : Intercept<__imp_SendMessageW>::real(window, message, wParam, lParam);
+    });
+    for (int icon : {1365, 1366}) {
+        dialog.tap(icon);
+        CHECK(dialog.lines() == before);
+        CHECK(dialog.selectedLines() == std::vector<int>{1, 3});
+    }
 }
 
 // ---- Saving -------------------------------------------------------------------------------------------------------------

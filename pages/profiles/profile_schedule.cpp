@@ -154,15 +154,19 @@ void readLine(HWND list, int index, Line &line)
         readCell(list, index, column, line.cells[column]);
 }
 
+// There are two of the line for a moment, so that none is lost when there is no memory for the second.
 void moveLine(HWND list, int from, int to, Line &line)
 {
     readLine(list, from, line);
-    SendMessageW(list, LVM_DELETEITEM, from, 0);
-    const int index = insertLine(list, to, line.cells[0], line.when);
+    const bool isDown = to > from;
+    const int index = insertLine(list, isDown ? to + 1 : to, line.cells[0], line.when);
+    if (index < 0)
+        return;
     for (int column = 1; column < columnCount; ++column)
         setCell(list, index, column, line.cells[column]);
-    selectLine(list, index);
-    SendMessageW(list, LVM_ENSUREVISIBLE, index, FALSE);
+    SendMessageW(list, LVM_DELETEITEM, isDown ? from : from + 1, 0);
+    selectLine(list, to);
+    SendMessageW(list, LVM_ENSUREVISIBLE, to, FALSE);
 }
 
 void insertColumns(HWND list)
