@@ -945,6 +945,23 @@ TEST_CASE("a schedule that cannot be read counts as empty, missing sources of ev
     CHECK(phone.log().empty());
 }
 
+TEST_CASE("an exception of the categories database leaves the other events and a selected first one")
+{
+    for (const wchar_t *call : {L"open:*", L"seek:*", L"read:*"}) {
+        StartedPhone phone("ppc2003");
+        userSettings.loggingOption = 1;
+        phone.storePlaces(L"1,@Home\u00A7");
+        SimOrderFault(L"database", 1, call, TRUE);
+        ScheduleDialog dialog;
+        SimClearFaults();
+        INFO("raising: " << narrow(call));
+        CHECK(entriesOf(dialog, 1338) == Texts{L"<ActiveSync>", L"<Power-no ActiveSync>", L"<Busy>",
+                                               L"<Out of Office>", L"[Home]", L"Leave [Home]"});
+        CHECK(dialog.selection(1338) == 0);
+        CHECK(phone.log() == std::vector<std::string>{"Exception: getCategories"});
+    }
+}
+
 TEST_CASE("whatever goes wrong at saving, the dialog ends")
 {
     struct Order {
@@ -957,10 +974,13 @@ TEST_CASE("whatever goes wrong at saving, the dialog ends")
         {L"registry", L"create:*", false, false},
         {L"registry", L"write:timeData", true, true},
         {L"memory", L"alloc:", false, true},
+        {L"file", L"open:*", true, true},   // the name of an event
     };
     for (const Order &order : orders) {
         StartedPhone phone;
-        storeText(L"timeData", L"2,1,07:30\u00A7");
+        userSettings.lang = german;
+        storeText(L"timeData", L"2,1,07:30\u00A74,<ActiveSync>,\u00A76,Holiday,\u00A7");
+        setDerived(5);
         const bool appeared = runModal([] { showProfileSchedule(nullptr); },
                                        [&](HWND dialog) {
                                            SimOrderFault(order.kind, 1, order.call, order.raise);
@@ -970,7 +990,8 @@ TEST_CASE("whatever goes wrong at saving, the dialog ends")
                                        });
         INFO("fault " << narrow(order.call) << ", " << order.raise);
         CHECK(appeared);
-        CHECK(storedText(L"timeData") == L"2,1,07:30\u00A7");
+        CHECK(storedText(L"timeData") == L"2,1,07:30\u00A74,<ActiveSync>,\u00A76,Holiday,\u00A7");
+        checkDerived(5, 5, 5);
         CHECK(phone.log() == (order.logged ? std::vector<std::string>{"** Exception ProfileTimeDlgProc - save **"}
                                            : std::vector<std::string>{}));
     }

@@ -516,22 +516,50 @@ bool storeLine(const Line &line, ScheduleText &text)
     return true;
 }
 
+void buildText(HWND list, Line &line, ScheduleText &text)
+{
+    const int lines = lineCount(list);
+    for (int index = 0; index < lines; ++index) {
+        readLine(list, index, line);
+        if (!storeLine(line, text))
+            break;
+    }
+}
+
+// What follows from the stored schedule. It is put back at the end of the scope, unless another schedule has been stored.
+class FollowingSettings {
+public:
+    FollowingSettings() = default;
+    FollowingSettings(const FollowingSettings &) = delete;
+    FollowingSettings &operator=(const FollowingSettings &) = delete;
+    ~FollowingSettings()
+    {
+        if (isOutdated)
+            return;
+        userSettings.activeSyncProfile = activeSyncProfile;
+        userSettings.ACPowerProfile = powerProfile;
+        userSettings.outlookCheck = outlookCheck;
+    }
+
+    bool isOutdated = false;
+
+private:
+    const DWORD activeSyncProfile = userSettings.activeSyncProfile;
+    const DWORD powerProfile = userSettings.ACPowerProfile;
+    const DWORD outlookCheck = userSettings.outlookCheck;
+};
+
 void saveSchedule(HWND dialog)
 {
+    const Owned<ScheduleText> text;
+    const Owned<Line> line;
+    FollowingSettings former;
     resetScheduleSettings();
     if (userSettings.loggingOption & logDetailed)
         writeLog("ProfileTimeDlgProc settings saved");
-    const HWND list = listOf(dialog);
-    const Owned<ScheduleText> text;
-    const Owned<Line> line;
-    const int lines = lineCount(list);
-    for (int index = 0; index < lines; ++index) {
-        readLine(list, index, *line.object);
-        if (!storeLine(*line.object, *text.object))
-            break;
-    }
-    writeSchedule(text.object->text);
+    buildText(listOf(dialog), *line.object, *text.object);
     takeProfilesFrom(text.object->text);
+    former.isOutdated = writeSchedule(text.object->text) == ERROR_SUCCESS;
 }
 
 void end(HWND dialog, INT_PTR result)
