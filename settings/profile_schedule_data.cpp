@@ -47,6 +47,14 @@ void takeProfile(const wchar_t *text, int nameText, DWORD &profile)
         profile = _wtol(event - 2);
 }
 
+// Whether there is no text that could not be read; a value of another kind is as if it were absent.
+bool isMissing(const RegistryKey &key)
+{
+    DWORD type;
+    const LONG status = RegQueryValueExW(key.handle(), scheduleValue, nullptr, &type, nullptr, nullptr);
+    return status == ERROR_FILE_NOT_FOUND || (status == ERROR_SUCCESS && type != REG_SZ);
+}
+
 }   // namespace
 
 // ---- Reading ----------------------------------------------------------------------------------------------------------
@@ -55,10 +63,13 @@ bool readSchedule(wchar_t (&text)[scheduleCapacity])
 {
     text[0] = 0;
     RegistryKey key;
-    return key.open(HKEY_CURRENT_USER, programKey) == ERROR_SUCCESS && readTextCut(key, scheduleValue, text);
+    if (const LONG status = key.open(HKEY_CURRENT_USER, programKey))
+        return status == ERROR_FILE_NOT_FOUND;
+    return readTextCut(key, scheduleValue, text) || isMissing(key);
 }
 
-// A comma in the name of a category cuts the name: what follows is taken for the time.
+// A comma in the name of a category cuts the name: what follows is taken for the time. A "§" in it ends the entry; what
+// follows is an entry of its own, of profile 0. The format has no way to tell them from its own.
 bool nextScheduleEntry(wchar_t *&rest, ScheduleEntry &entry)
 {
     wchar_t *const fields = nextListEntry(rest);

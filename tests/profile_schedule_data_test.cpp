@@ -21,13 +21,13 @@ struct StartedPhone : TestPhone {
     }
 };
 
-// "(none)" when there is no such value.
+// "(unreadable)" when there may be one that could not be read.
 std::wstring storedSchedule()
 {
     static wchar_t text[scheduleCapacity];
     text[0] = L'x';
-    const bool found = readSchedule(text);
-    return found ? text : text[0] ? L"(garbage)" : L"(none)";
+    const bool isKnown = readSchedule(text);
+    return isKnown ? text : text[0] ? L"(garbage)" : L"(unreadable)";
 }
 
 // Entries as "profile|when|time", and behind them what is left of the text.
@@ -64,7 +64,7 @@ TEST_CASE("timeData is read as it is stored")
 {
     StartedPhone phone;
     removeValue(L"timeData");
-    CHECK(storedSchedule() == L"(none)");
+    CHECK(storedSchedule() == L"");
     storeText(L"timeData", L"");
     CHECK(storedSchedule() == L"");
     storeText(L"timeData", L"2,12345,07:30\u00A7");
@@ -75,15 +75,33 @@ TEST_CASE("timeData that is no text, or lies in a key that cannot be opened, cou
 {
     StartedPhone phone;
     storeNumber(L"timeData", 0x00410041);
-    CHECK(storedSchedule() == L"(none)");
-    storeText(L"timeData", L"2,1,07:30\u00A7");
-    for (const wchar_t *operation : {L"open:*", L"read:timeData"}) {
-        SimOrderFault(L"registry", 0, operation, FALSE);
-        CHECK(storedSchedule() == L"(none)");
-        SimClearFaults();
-    }
+    CHECK(storedSchedule() == L"");
+    storeBytes(L"timeData", REG_BINARY, L"2,1,07:30\u00A7", 22);
+    CHECK(storedSchedule() == L"");
     removeKey(kelvaneKey);
-    CHECK(storedSchedule() == L"(none)");
+    CHECK(storedSchedule() == L"");
+}
+
+TEST_CASE("timeData that is there but cannot be read is not taken for an empty one")
+{
+    StartedPhone phone;
+    struct Order {
+        int n;
+        const wchar_t *operation;
+    };
+    for (const Order &order : {Order{0, L"open:*"}, Order{1, L"open:*"}, Order{0, L"read:timeData"},
+                               Order{1, L"read:timeData"}, Order{2, L"read:timeData"}}) {
+        storeText(L"timeData", L"2,1,07:30\u00A7");
+        SimOrderFault(L"registry", order.n, order.operation, FALSE);
+        INFO("failing: " << order.n << " " << narrow(order.operation));
+        CHECK(storedSchedule() == L"(unreadable)");
+        SimClearFaults();
+        CHECK(storedSchedule() == L"2,1,07:30\u00A7");
+    }
+    removeValue(L"timeData");   // nobody can tell that it is missing
+    SimOrderFault(L"registry", 0, L"read:timeData", FALSE);
+    CHECK(storedSchedule() == L"(unreadable)");
+    SimClearFaults();
 }
 
 TEST_CASE("2598 bytes of timeData are read, the terminator included")

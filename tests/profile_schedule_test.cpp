@@ -902,18 +902,20 @@ TEST_CASE("an exception at the beginning is logged, and the dialog stays with wh
         const wchar_t *kind, *call;
         bool raise;
         int lines, events;
+        bool isSaved;
     };
     constexpr Order orders[] = {
-        {L"registry", L"read:timeData", true, 0, 0},
-        {L"registry", L"open:Software\\Tessaryn\\Kelvane", true, 0, 0},
-        {L"memory", L"alloc:", false, 0, 0},
-        {L"file", L"open:\\Program Files\\Kelvane\\kv_Location.dat", true, 1, 4},
+        {L"registry", L"read:timeData", true, 0, 0, false},
+        {L"registry", L"open:Software\\Tessaryn\\Kelvane", true, 0, 0, false},
+        {L"memory", L"alloc:", false, 0, 0, false},
+        {L"file", L"open:\\Program Files\\Kelvane\\kv_Location.dat", true, 1, 4, true},
     };
     for (const Order &order : orders) {
         StartedPhone phone;
         phone.set(L"categories", L"names", L"");
         phone.storePlaces(L"1,@Home\u00A7");
         storeText(L"timeData", L"2,1,07:30\u00A7");
+        setDerived(5);
         SimOrderFault(order.kind, 1, order.call, order.raise);
         ScheduleDialog dialog;
         SimClearFaults();
@@ -922,25 +924,83 @@ TEST_CASE("an exception at the beginning is logged, and the dialog stays with wh
         CHECK(dialog.entryCount(1253) == 7);
         CHECK(dialog.count() == order.lines);
         CHECK(dialog.entryCount(1338) == order.events);
+        CHECK(dialog.selection(1338) == (order.events ? 0 : -1));
         CHECK(dialog.isShown(1339));
         dialog.add(L"2", 9, 0);
         CHECK(dialog.count() == order.lines + 1);
         dialog.ok();
-        CHECK(storedText(L"timeData") == (order.lines ? L"2,1,07:30\u00A70,2,09:00\u00A7" : L"0,2,09:00\u00A7"));
+        CHECK(storedText(L"timeData") == (order.isSaved ? L"2,1,07:30\u00A70,2,09:00\u00A7" : L"2,1,07:30\u00A7"));
+        if (order.isSaved)
+            checkDerived(none, none, 0);
+        else
+            checkDerived(5, 5, 5);
     }
 }
 
-TEST_CASE("a schedule that cannot be read counts as empty, missing sources of events as empty ones")
+TEST_CASE("a schedule that cannot be read is left alone by OK, with what follows from it")
+{
+    for (const wchar_t *call : {L"open:Software\\Tessaryn\\Kelvane", L"read:timeData"}) {
+        StartedPhone phone;
+        userSettings.loggingOption = 1;
+        storeText(L"timeData", L"2,1,07:30\u00A7");
+        setDerived(5);
+        SimOrderFault(L"registry", 0, call, FALSE);
+        ScheduleDialog dialog;
+        SimClearFaults();
+        INFO("failing: " << narrow(call));
+        CHECK(dialog.count() == 0);
+        CHECK(dialog.selection(1338) == 0);
+        checkDerived(5, 5, 5);
+        dialog.ok();
+        CHECK(storedText(L"timeData") == L"2,1,07:30\u00A7");
+        checkDerived(5, 5, 5);
+        CHECK(phone.log() == std::vector<std::string>{"ProfileTimeDlgProc: not read, not saved"});
+    }
+}
+
+TEST_CASE("a schedule of which a line could not be shown is left alone by OK")
+{
+    StartedPhone phone;
+    storeText(L"timeData", fiveLines);
+    setDerived(5);
+    static int insertions;
+    insertions = 0;
+    Intercept<__imp_SendMessageW> sending([](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+        return message == LVM_INSERTITEMW && ++insertions == 2
+                   ? -1
+                   : Intercept<__imp_SendMessageW>::real(window, message, wParam, lParam);
+    });
+    ScheduleDialog dialog;
+    CHECK(dialog.order() == L"WNLC");
+    dialog.ok();
+    CHECK(storedText(L"timeData") == fiveLines);
+    checkDerived(5, 5, 5);
+}
+
+TEST_CASE("a dialog that was filled after one that was not saves again")
+{
+    StartedPhone phone;
+    storeText(L"timeData", L"2,1,07:30\u00A7");
+    SimOrderFault(L"registry", 1, L"read:timeData", TRUE);
+    {
+        ScheduleDialog dialog;
+        dialog.ok();
+    }
+    SimClearFaults();
+    ScheduleDialog dialog;
+    dialog.add(L"2", 9, 0);
+    dialog.ok();
+    CHECK(storedText(L"timeData") == L"2,1,07:30\u00A70,2,09:00\u00A7");
+}
+
+TEST_CASE("missing sources of events count as empty ones")
 {
     StartedPhone phone;
     phone.storePlaces(L"1,@Home\u00A7");
     phone.set(L"categories", L"names", L"");
-    storeText(L"timeData", L"2,1,07:30\u00A7");
-    SimOrderFault(L"registry", 0, L"read:timeData", FALSE);
     SimOrderFault(L"file", 0, L"open:*", FALSE);
     ScheduleDialog dialog;
     SimClearFaults();
-    CHECK(dialog.count() == 0);
     CHECK(dialog.entryCount(1338) == 4);
     CHECK(phone.log().empty());
 }

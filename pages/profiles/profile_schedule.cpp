@@ -21,6 +21,7 @@ namespace {
 
 // The dialog exists once.
 struct ScheduleDialog {
+    bool isLoaded;   // the list shows all that was stored: else it must not take that one's place
     bool eventMode;
     bool chosenDays[weekdayCount];
     HBRUSH chosenDayBrush;
@@ -337,13 +338,16 @@ void fillProfiles(HWND dialog)
 void fillList(HWND list)
 {
     wchar_t text[scheduleCapacity];
-    readSchedule(text);
+    if (!readSchedule(text))
+        return;
     if (!text[0])   // at once: Cancel does not bring them back
         userSettings.activeSyncProfile = userSettings.ACPowerProfile = static_cast<DWORD>(-1);
     wchar_t *rest = text;
     ScheduleEntry entry;
-    for (int index = 0; nextScheduleEntry(rest, entry); ++index)
-        addScheduleLine(list, index, entry.profile, entry.when, entry.time);
+    int entries = 0;
+    for (; nextScheduleEntry(rest, entry); ++entries)
+        addScheduleLine(list, entries, entry.profile, entry.when, entry.time);
+    state.isLoaded = lineCount(list) == entries;
 }
 
 // combo is the window of the list of events.
@@ -366,9 +370,9 @@ void fillEvents(HWND dialog)
     const HWND combo = GetDlgItem(dialog, IDC_EVENT);
     for (int text : eventTexts)
         addEvent(combo, getLanguageText(text, nullptr));
+    SendMessageW(combo, CB_SETCURSEL, 0, 0);   // whatever becomes of the others
     listAppointmentCategories(addEvent, combo);
     listLocations(addPlace, combo);
-    SendMessageW(combo, CB_SETCURSEL, 0, 0);
 }
 
 void fillDialog(HWND dialog)
@@ -572,7 +576,10 @@ void end(HWND dialog, INT_PTR result)
 void confirm(HWND dialog)
 {
     try {
-        saveSchedule(dialog);
+        if (state.isLoaded)
+            saveSchedule(dialog);
+        else
+            writeLog("ProfileTimeDlgProc: not read, not saved");
     } catch (...) {
         writeLog("** Exception ProfileTimeDlgProc - save **");
     }
