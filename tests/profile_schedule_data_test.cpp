@@ -71,7 +71,7 @@ TEST_CASE("timeData is read as it is stored")
     CHECK(storedSchedule() == L"2,12345,07:30\u00A7");
 }
 
-TEST_CASE("timeData that is no text, or lies in a key that cannot be opened, counts as missing")
+TEST_CASE("timeData that is no text counts as missing, like one without a key, and is empty")
 {
     StartedPhone phone;
     storeNumber(L"timeData", 0x00410041);
@@ -157,6 +157,7 @@ TEST_CASE("an entry is a profile, a trigger up to the second comma, and a time u
     CHECK(parsed(L"2,12345,07:30\u00A7") == Texts{L"2|12345|07:30", L""});
     CHECK(parsed(L"2,12345,07:30\u00A74,<Busy>,\u00A7") == Texts{L"2|12345|07:30", L"4|<Busy>|", L""});
     CHECK(parsed(L"1,Home, sweet,\u00A7") == Texts{L"1|Home| sweet,", L""});
+    CHECK(parsed(L"1,Home\u00A7sweet,\u00A7") == Texts{L"1|Home|", L"0||", L""});   // a name with a "§"
 }
 
 TEST_CASE("an entry without its end is not one")
@@ -341,6 +342,9 @@ TEST_CASE("the profile of an event is the number two characters in front of its 
         {L"1,<ActiveSync>,\u00A72,<ActiveSync>,\u00A7", 1, 78},
         {L"<ActiveSync>", 77, 78},
         {L",<ActiveSync>", 77, 78},
+        {L"1,[<ActiveSync>],\u00A7", 0, 78},                        // inside the name of a place
+        {L"1,[<ActiveSync>],\u00A72,<ActiveSync>,\u00A7", 0, 78},   // and before the event itself
+        {L"2,<ActiveSync>,\u00A71,[<ActiveSync>],\u00A7", 2, 78},
     };
     StartedPhone phone;
     for (const Row &row : rows) {

@@ -509,6 +509,54 @@ TEST_CASE("the days of a former dialog are not those of the next")
 
 // ---- Adding -------------------------------------------------------------------------------------------------------------
 
+TEST_CASE("of the name of a place 49 characters are taken, so that a long one loses its bracket")
+{
+    struct Row {
+        size_t length;
+        std::wstring entering, leaving;
+    };
+    const Row rows[] = {
+        {41, L"[" + std::wstring(41, L'p') + L"]", L"Leave [" + std::wstring(41, L'p') + L"]"},
+        {42, L"[" + std::wstring(42, L'p') + L"]", L"Leave [" + std::wstring(42, L'p')},
+        {47, L"[" + std::wstring(47, L'p') + L"]", L"Leave [" + std::wstring(42, L'p')},
+        {48, L"[" + std::wstring(48, L'p'), L"Leave [" + std::wstring(42, L'p')},
+        {49, L"[" + std::wstring(48, L'p'), L"Leave [" + std::wstring(42, L'p')},
+    };
+    StartedPhone phone;
+    phone.set(L"categories", L"names", L"");
+    for (const Row &row : rows) {
+        phone.storePlaces(L"1,@" + std::wstring(row.length, L'p') + L"\u00A7");
+        ScheduleDialog dialog;
+        dialog.tap(1339);
+        for (int event : {4, 5}) {
+            dialog.select(1338, event);
+            dialog.tap(1278);
+        }
+        INFO("characters: " << static_cast<int>(row.length));
+        CHECK(dialog.cell(0, 2) == row.entering);
+        CHECK(dialog.cell(1, 2) == row.leaving);
+        removeValue(L"timeData");
+    }
+}
+
+TEST_CASE("a category with the separator in its name comes back as two entries")
+{
+    StartedPhone phone;
+    phone.set(L"categories", L"names", L"A\u00A7B");
+    {
+        ScheduleDialog dialog;
+        dialog.tap(1339);
+        dialog.select(1253, night);
+        dialog.select(1338, 4);
+        dialog.tap(1278);
+        CHECK(dialog.lines() == Texts{L"Night||A\u00A7B"});
+        dialog.ok();
+    }
+    CHECK(storedText(L"timeData") == L"3,A\u00A7B,\u00A7");
+    ScheduleDialog dialog;
+    CHECK(dialog.lines() == Texts{L"Night||A", L"Home||"});
+}
+
 TEST_CASE("a switch at a time on the chosen days is added at the end of the list")
 {
     StartedPhone phone;

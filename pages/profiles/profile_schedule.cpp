@@ -438,6 +438,7 @@ void addNewLine(HWND dialog, const wchar_t *when, const wchar_t *time)
     SendMessageW(list, LVM_ENSUREVISIBLE, lineCount(list) - 1, FALSE);
 }
 
+// A longer name is cut, as it has always been: that of a place loses its bracket, and the engine does not know it.
 void addEventLine(HWND dialog)
 {
     wchar_t name[eventCapacity] = L"";
@@ -572,7 +573,8 @@ void end(HWND dialog, INT_PTR result)
     EndDialog(dialog, result);
 }
 
-// A dialog that cannot save its settings closes all the same.
+// A dialog that cannot save its settings closes all the same. A schedule that could not be read stays as it is, with what
+// follows from it.
 void confirm(HWND dialog)
 {
     try {
