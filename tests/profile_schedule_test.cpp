@@ -903,6 +903,28 @@ TEST_CASE("the dialog fills the screen, its list the rest of it, and the title b
     }
 }
 
+TEST_CASE("the list has room for the longest default name and, beside a scroll bar, for all columns")
+{
+    for (const char *base : {"wm6", "vga", "landscape", "square"}) {
+        StartedPhone phone(base);
+        runModal([] { showProfileSchedule(nullptr); },
+                 [&](HWND dialog) {
+                     const HWND list = GetDlgItem(dialog, 1276);
+                     RECT area = {};
+                     GetClientRect(list, &area);
+                     int widths = 0;
+                     for (WPARAM column = 0; column < 3; ++column)
+                         widths += static_cast<int>(SendMessageW(list, LVM_GETCOLUMNWIDTH, column, 0));
+                     const LRESULT name = SendMessageW(list, LVM_GETSTRINGWIDTHW, 0,
+                                                       reinterpret_cast<LPARAM>(L"Besprechung"));
+                     INFO(std::string(base));
+                     CHECK(name > 0);
+                     CHECK(SendMessageW(list, LVM_GETCOLUMNWIDTH, 0, 0) >= name + 8);
+                     CHECK(widths <= area.right - GetSystemMetrics(SM_CXVSCROLL));
+                 });
+    }
+}
+
 TEST_CASE("a control that is hidden by a change of the mode loses the focus to the other mode's icon")
 {
     StartedPhone phone;

@@ -59,10 +59,10 @@ struct Column {
     int width;
 };
 
-constexpr Column columns[] = {{191, 64}, {192, 46}, {193, 96}};
+constexpr Column columns[] = {{191, 80}, {192, 40}, {193, 92}};
 constexpr int columnCount = countOf(columns);
 constexpr int lastColumn = columnCount - 1;
-constexpr int besideColumns = 24;   // a scroll bar and the list's frame
+constexpr int besideColumns = 18;   // a scroll bar and the list's frame
 
 // The events that do not depend on the phone, in the order they are offered.
 constexpr int eventTexts[] = {201, 202, 199, 200};
