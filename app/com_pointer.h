@@ -4,6 +4,7 @@
 template <typename Interface> class ComPointer {
 public:
     ComPointer() = default;
+    explicit ComPointer(Interface *owned) : object(owned) {}   // takes over the caller's reference; may be null
     ComPointer(const ComPointer &) = delete;
     ComPointer &operator=(const ComPointer &) = delete;
     ~ComPointer()
@@ -16,6 +17,7 @@ public:
     Interface **receiver() { return &object; }
     void **untypedReceiver() { return reinterpret_cast<void **>(&object); }
 
+    Interface *get() const { return object; }
     Interface *operator->() const { return object; }
     explicit operator bool() const { return object != nullptr; }
 

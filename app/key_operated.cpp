@@ -42,10 +42,14 @@ void drawFocus(HWND control)
     ReleaseDC(control, dc);
 }
 
+// The frame inverts what is there, so all of it has to be painted anew, also when only a part of the control was hidden.
 LRESULT paint(HWND control, UINT message, WPARAM wParam, LPARAM lParam)
 {
+    const bool hasFocus = GetFocus() == control;
+    if (hasFocus)
+        InvalidateRect(control, nullptr, TRUE);
     const LRESULT answer = callClassProcedure(control, message, wParam, lParam);
-    if (GetFocus() == control)
+    if (hasFocus)
         drawFocus(control);
     return answer;
 }

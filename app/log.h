@@ -16,5 +16,12 @@ void writeLog(const char *text);
 // Formats a line of at most 1023 characters first.
 void writeLogFormatted(const char *format, ...);
 
+// A name or path as an argument for "%s" of a line: the formatter would stop at a character that it cannot convert.
+struct LoggedName {
+    explicit LoggedName(const wchar_t *name) { narrowText(text, name); }
+
+    char text[1000];
+};
+
 // The critical section that serialises the writers; for a test that holds it.
 extern CRITICAL_SECTION logLock;

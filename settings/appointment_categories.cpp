@@ -5,11 +5,14 @@
 #include "log.h"
 #include "pocketoutlook.h"
 #include "property_database.h"
+#include "text.h"
 
 namespace {
 
 constexpr wchar_t separator[] = L", ";
 constexpr size_t separatorLength = countOf(separator) - 1;
+
+constexpr char exceptionLine[] = "Exception: getCategories";
 
 // ---- Pocket Outlook ---------------------------------------------------------------------------------------------------
 
@@ -104,16 +107,6 @@ struct Receiver {
     }
 };
 
-// A heap text, freed at the end of its scope.
-struct OwnedText {
-    explicit OwnedText(wchar_t *owned) : text(owned) {}
-    OwnedText(const OwnedText &) = delete;
-    OwnedText &operator=(const OwnedText &) = delete;
-    ~OwnedText() { freeText(text); }
-
-    wchar_t *text;
-};
-
 // Only a comma with a blank separates: a name may have a comma of its own. The names are cut out of the text in place.
 void takeEach(wchar_t *names, const Receiver &receiver)
 {
@@ -161,20 +154,41 @@ const wchar_t *categoryName(const DatabaseRecord &record)
     return name && name->val.lpwstr && number && isPositive(*number) ? name->val.lpwstr : nullptr;
 }
 
+// An exception of the database ends the list as an error does. One of the receiver's is not ours to hold.
+bool openAtBeginning(PropertyDatabase &database)
+{
+    try {
+        return database.open(L"\\Categories Database") && database.seekToBeginning();
+    } catch (...) {
+        writeLog(exceptionLine);
+        return false;
+    }
+}
+
+bool readNext(DatabaseRecord &record, const PropertyDatabase &database)
+{
+    try {
+        return record.readNext(database.handle());
+    } catch (...) {
+        writeLog(exceptionLine);
+        return false;
+    }
+}
+
 void listFromDatabase(const Receiver &receiver)
 {
     PropertyDatabase database;
-    if (!database.open(L"\\Categories Database") || !database.seekToBeginning())
+    if (!openAtBeginning(database))
         return;
     DatabaseRecord record;
-    while (record.readNext(database.handle()))
+    while (readNext(record, database))
         if (const wchar_t *name = categoryName(record))
             receiver.take(name);
 }
 
 void listFromOutlook(const Receiver &receiver)
 {
-    const OwnedText names(getCategories());
+    const HeapText names(getCategories());
     if (names.text)
         takeEach(names.text, receiver);
 }
@@ -186,7 +200,7 @@ wchar_t *getCategories()
     try {
         return categoriesOfOutlook();
     } catch (...) {
-        writeLog("Exception: getCategories");
+        writeLog(exceptionLine);
         return nullptr;
     }
 }

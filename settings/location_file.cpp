@@ -3,30 +3,17 @@
 #include "environment.h"
 #include "list_text.h"
 #include "text.h"
+#include "whole_file.h"
 
 namespace {
 
 constexpr DWORD fileSizeLimit = 0x10000000;   // what is longer is none that the engine could hold
 
-// Open while the object lives; a fault while closing goes nowhere.
-struct FileHandle {
-    HANDLE handle;
-
-    ~FileHandle()
-    {
-        try {
-            if (handle != INVALID_HANDLE_VALUE)
-                CloseHandle(handle);
-        } catch (...) {
-        }
-    }
-};
-
-HANDLE openForReading()
+bool openForReading(FileHandle &file)
 {
     wchar_t path[MAX_PATH + 20];
     formatText(path, L"%s\\kv_Location.dat", appPath);
-    return CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return file.forReading(path);
 }
 
 wchar_t *readCharacters(HANDLE file, DWORD characters)
@@ -45,13 +32,13 @@ wchar_t *readLocationFile()
 {
     if (!appPath)
         return nullptr;
-    const FileHandle file = {openForReading()};
-    if (file.handle == INVALID_HANDLE_VALUE)
+    FileHandle file;
+    if (!openForReading(file))
         return nullptr;
-    const DWORD size = GetFileSize(file.handle, nullptr);
+    const DWORD size = GetFileSize(file.handle(), nullptr);
     if (size >= fileSizeLimit)   // also INVALID_FILE_SIZE
         return nullptr;
-    return readCharacters(file.handle, size / sizeof(wchar_t));
+    return readCharacters(file.handle(), size / sizeof(wchar_t));
 }
 
 void listLocations(void (*add)(void *context, const wchar_t *name), void *context)

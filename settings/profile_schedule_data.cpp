@@ -28,19 +28,31 @@ wchar_t *splitAtComma(wchar_t *field)
 }
 
 // An event is stored by its name in the language of that day. Names in the current language and the English ones are
-// known, so that a schedule survives a change of the language.
+// known, so that a schedule survives a change of the language; the first of them in the text counts.
 const wchar_t *findEvent(const wchar_t *text, int nameText)
 {
-    const wchar_t *const found = wcsstr(text, getLanguageText(nameText, nullptr));
-    return found ? found : wcsstr(text, defaultTexts[nameText]);
+    const wchar_t *const translated = wcsstr(text, getLanguageText(nameText, nullptr));
+    const wchar_t *const english = wcsstr(text, defaultTexts[nameText]);
+    if (!translated || !english)
+        return translated ? translated : english;
+    return translated < english ? translated : english;
 }
 
-// The profile's number stands two characters before the event's name: one digit and the comma.
+// The profile's number stands two characters before the event's name: one digit and the comma. A name inside another one,
+// such as the place "[<ActiveSync>]", counts as well, and gives profile 0, as it always has: a place is hardly called so.
 void takeProfile(const wchar_t *text, int nameText, DWORD &profile)
 {
     const wchar_t *const event = findEvent(text, nameText);
     if (event && event - text >= 2)
         profile = _wtol(event - 2);
+}
+
+// Whether there is no text that could not be read; a value of another kind is as if it were absent.
+bool isMissing(const RegistryKey &key)
+{
+    DWORD type;
+    const LONG status = RegQueryValueExW(key.handle(), scheduleValue, nullptr, &type, nullptr, nullptr);
+    return status == ERROR_FILE_NOT_FOUND || (status == ERROR_SUCCESS && type != REG_SZ);
 }
 
 }   // namespace
@@ -51,10 +63,13 @@ bool readSchedule(wchar_t (&text)[scheduleCapacity])
 {
     text[0] = 0;
     RegistryKey key;
-    return key.open(HKEY_CURRENT_USER, programKey) == ERROR_SUCCESS && readTextCut(key, scheduleValue, text);
+    if (const LONG status = key.open(HKEY_CURRENT_USER, programKey))
+        return status == ERROR_FILE_NOT_FOUND;
+    return readTextCut(key, scheduleValue, text) || isMissing(key);
 }
 
-// A comma in the name of a category cuts the name: what follows is taken for the time.
+// A comma in the name of a category cuts the name: what follows is taken for the time. A "§" in it ends the entry; what
+// follows is an entry of its own, of profile 0. The format has no way to tell them from its own.
 bool nextScheduleEntry(wchar_t *&rest, ScheduleEntry &entry)
 {
     wchar_t *const fields = nextListEntry(rest);

@@ -15,7 +15,8 @@ constexpr size_t scheduleCapacity = 2598 / sizeof(WORD);
 
 // ---- Reading ----
 
-// False, and the text empty, when there is no such value. Throws OutOfMemory.
+// The text is empty when there is no such value. False, and the text empty, when there may be one that could not be read.
+// Throws OutOfMemory.
 bool readSchedule(wchar_t (&text)[scheduleCapacity]);
 
 // The fields of an entry, as they are written there; texts lie in the text that was parsed.

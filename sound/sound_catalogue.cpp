@@ -6,6 +6,7 @@
 #include "environment.h"
 #include "folder_search.h"
 #include "language.h"
+#include "list_text.h"
 #include "log.h"
 #include "optional_function.h"
 #include "registry.h"
@@ -22,8 +23,7 @@ constexpr size_t pathCapacity = 260;
 wchar_t *catalogue;
 size_t catalogueLength;
 
-constexpr wchar_t separator = L'\xA7';
-constexpr wchar_t separatorText[] = L"\xA7";
+constexpr wchar_t separatorText[] = {listSeparator, 0};
 
 // From this length on nothing is added any more. The entry that reaches it may go beyond it, so there is room for the
 // longest one: a translated special name, which is longer than any file's.
@@ -84,14 +84,6 @@ bool isSound(const wchar_t *lowerCaseName)
 }
 
 // ---- Log -------------------------------------------------------------------------------------------------------------
-
-// A name or path as the log takes it: the formatter would stop at a character that is not plain ASCII.
-void logWithName(const char *format, const wchar_t *name)
-{
-    char narrowName[1000];
-    narrowText(narrowName, name);
-    writeLogFormatted(format, narrowName);
-}
 
 void logFolderCount(DWORD loggingBit, const char *format, int count)
 {
@@ -283,7 +275,7 @@ void collectSounds()
 void reserveEntries(HWND combo)
 {
     WPARAM count = 0;
-    for (const wchar_t *place = catalogue; (place = wcschr(place, separator)) != nullptr; ++place)
+    for (const wchar_t *place = catalogue; (place = wcschr(place, listSeparator)) != nullptr; ++place)
         ++count;
     SendMessageW(combo, CB_INITSTORAGE, count, static_cast<LPARAM>(catalogueLength * sizeof(wchar_t)));
 }
@@ -304,7 +296,7 @@ void fillCombo(HWND combo, bool withMidi)
     SendMessageW(combo, CB_RESETCONTENT, 0, 0);
     reserveEntries(combo);
     const wchar_t *start = catalogue;
-    while (const wchar_t *end = wcschr(start, separator)) {
+    while (const wchar_t *end = wcschr(start, listSeparator)) {
         addToCombo(combo, start, static_cast<size_t>(end - start), withMidi);
         start = end + 1;
     }
@@ -352,7 +344,7 @@ void findOnCard(wchar_t (&path)[pathCapacity], const wchar_t *name)
     if (!findStorageCard(card))
         return;
     if (!tryPath(path, L"\\%s\\%s", card, name) && !tryPath(path, L"\\%s\\My Documents\\%s", card, name))
-        logWithName("getSoundFilePath failed: %s", name);
+        writeLogFormatted("getSoundFilePath failed: %s", LoggedName(name).text);
 }
 
 // Leaves the path tried last when there is no such file.
@@ -385,7 +377,7 @@ void addSoundsFromFolder(const wchar_t *folder)
         return;
     try {
         if (userSettings.loggingOption & logSignal)
-            logWithName("addSoundsFromFolder: %s", folder);
+            writeLogFormatted("addSoundsFromFolder: %s", LoggedName(folder).text);
         scanFolder(folder);
     } catch (...) {
         writeLog("** Exception addSoundsFromFolder **");

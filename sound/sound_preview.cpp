@@ -1,6 +1,7 @@
 #include "sound_preview.h"
 
 #include "aygshell.h"
+#include "com_pointer.h"
 #include "environment.h"
 #include "log.h"
 #include "optional_function.h"
@@ -18,6 +19,7 @@ bool previewStarting;
 
 namespace {
 
+// As it has always been, also a volume that is 1: it is not put back. No volume slider sets that.
 constexpr DWORD nothingSaved = 1;
 
 }   // namespace
@@ -200,21 +202,6 @@ private:
 
 // ---- Media player -------------------------------------------------------------------------------------------------
 
-// A reference to an object, released at the end of the scope.
-template <typename Interface> class Reference {
-public:
-    explicit Reference(Interface *object = nullptr) : object(object) {}
-    Reference(const Reference &) = delete;
-    Reference &operator=(const Reference &) = delete;
-    ~Reference()
-    {
-        if (object)
-            object->Release();
-    }
-
-    Interface *object;
-};
-
 class AutomationText {
 public:
     explicit AutomationText(const wchar_t *from) : text(SysAllocString(from)) {}
@@ -241,24 +228,24 @@ void logPlayState(const char *format, WMPPlayState state)
 // A paused player does not stop before it plays.
 void stopPlayer(IWMPPlayer *player, bool isPaused)
 {
-    Reference<IWMPControls> controls;
-    player->get_controls(&controls.object);
-    if (!controls.object)
+    ComPointer<IWMPControls> controls;
+    player->get_controls(controls.receiver());
+    if (!controls)
         return;
     if (isPaused) {
-        controls.object->play();
+        controls->play();
         Sleep(200);
     }
-    controls.object->stop();
+    controls->stop();
 }
 
 void switchLoopOff(IWMPPlayer *player)
 {
-    Reference<IWMPSettings> settings;
-    player->get_settings(&settings.object);
+    ComPointer<IWMPSettings> settings;
+    player->get_settings(settings.receiver());
     const AutomationText loop(L"loop");
-    if (settings.object && loop.text)
-        settings.object->setMode(loop.text, automationFalse);
+    if (settings && loop.text)
+        settings->setMode(loop.text, automationFalse);
 }
 
 // Returns the state after it.
@@ -432,7 +419,7 @@ private:
     const Apartment apartment;   // left after the player is released
 
 public:
-    const Reference<IWMPPlayer> player;
+    const ComPointer<IWMPPlayer> player;
 
 private:
     bool hasEnded = false;
@@ -452,11 +439,11 @@ void preview(DWORD volume)
     PreviewVolume loudness;
     loudness.change(volume);
     if (logs(logDetailed))
-        writeLogFormatted("playSoundThread: 0x%X, %S", volume, path);
+        writeLogFormatted("playSoundThread: 0x%X, %s", volume, LoggedName(path).text);
     AudioPower power;
     if (needsAudioPower())
         power.require();
-    play(path, running.player.object);
+    play(path, running.player.get());
     loudness.restore();
     running.end();
     power.releaseAfterSound();

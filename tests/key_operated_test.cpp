@@ -139,6 +139,40 @@ TEST_CASE("a static control with the focus is framed by dots")
     });
 }
 
+TEST_CASE("the frame of dots stays whole when a part of the control is painted again")
+{
+    TestPhone phone;
+    restartProgram();
+    runDialog([](HWND dialog) {
+        for (int id : {IDC_MONDAY, IDC_SWITCH_UP}) {
+            const HWND control = GetDlgItem(dialog, id);
+            RECT area;
+            GetClientRect(control, &area);
+            const auto topLine = [&] {
+                UpdateWindow(control);
+                const HDC dc = GetDC(control);
+                std::vector<COLORREF> points;
+                for (int x = 0; x < area.right; ++x)
+                    points.push_back(GetPixel(dc, x, 0));
+                ReleaseDC(control, dc);
+                return points;
+            };
+            SetFocus(nullptr);
+            const std::vector<COLORREF> without = topLine();
+            SetFocus(control);
+            const std::vector<COLORREF> framed = topLine();
+            const RECT left = {0, 0, area.right / 2, area.bottom};
+            InvalidateRect(control, &left, TRUE);
+            INFO("control " << id);
+            CHECK(topLine() == framed);
+            InvalidateRect(control, &left, TRUE);
+            UpdateWindow(control);
+            SetFocus(nullptr);
+            CHECK(topLine() == without);
+        }
+    });
+}
+
 TEST_CASE("a static control still shows what it is told to show")
 {
     TestPhone phone;

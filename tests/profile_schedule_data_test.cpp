@@ -21,13 +21,13 @@ struct StartedPhone : TestPhone {
     }
 };
 
-// "(none)" when there is no such value.
+// "(unreadable)" when there may be one that could not be read.
 std::wstring storedSchedule()
 {
     static wchar_t text[scheduleCapacity];
     text[0] = L'x';
-    const bool found = readSchedule(text);
-    return found ? text : text[0] ? L"(garbage)" : L"(none)";
+    const bool isKnown = readSchedule(text);
+    return isKnown ? text : text[0] ? L"(garbage)" : L"(unreadable)";
 }
 
 // Entries as "profile|when|time", and behind them what is left of the text.
@@ -64,26 +64,44 @@ TEST_CASE("timeData is read as it is stored")
 {
     StartedPhone phone;
     removeValue(L"timeData");
-    CHECK(storedSchedule() == L"(none)");
+    CHECK(storedSchedule() == L"");
     storeText(L"timeData", L"");
     CHECK(storedSchedule() == L"");
     storeText(L"timeData", L"2,12345,07:30\u00A7");
     CHECK(storedSchedule() == L"2,12345,07:30\u00A7");
 }
 
-TEST_CASE("timeData that is no text, or lies in a key that cannot be opened, counts as missing")
+TEST_CASE("timeData that is no text counts as missing, like one without a key, and is empty")
 {
     StartedPhone phone;
     storeNumber(L"timeData", 0x00410041);
-    CHECK(storedSchedule() == L"(none)");
-    storeText(L"timeData", L"2,1,07:30\u00A7");
-    for (const wchar_t *operation : {L"open:*", L"read:timeData"}) {
-        SimOrderFault(L"registry", 0, operation, FALSE);
-        CHECK(storedSchedule() == L"(none)");
-        SimClearFaults();
-    }
+    CHECK(storedSchedule() == L"");
+    storeBytes(L"timeData", REG_BINARY, L"2,1,07:30\u00A7", 22);
+    CHECK(storedSchedule() == L"");
     removeKey(kelvaneKey);
-    CHECK(storedSchedule() == L"(none)");
+    CHECK(storedSchedule() == L"");
+}
+
+TEST_CASE("timeData that is there but cannot be read is not taken for an empty one")
+{
+    StartedPhone phone;
+    struct Order {
+        int n;
+        const wchar_t *operation;
+    };
+    for (const Order &order : {Order{0, L"open:*"}, Order{1, L"open:*"}, Order{0, L"read:timeData"},
+                               Order{1, L"read:timeData"}, Order{2, L"read:timeData"}}) {
+        storeText(L"timeData", L"2,1,07:30\u00A7");
+        SimOrderFault(L"registry", order.n, order.operation, FALSE);
+        INFO("failing: " << order.n << " " << narrow(order.operation));
+        CHECK(storedSchedule() == L"(unreadable)");
+        SimClearFaults();
+        CHECK(storedSchedule() == L"2,1,07:30\u00A7");
+    }
+    removeValue(L"timeData");   // nobody can tell that it is missing
+    SimOrderFault(L"registry", 0, L"read:timeData", FALSE);
+    CHECK(storedSchedule() == L"(unreadable)");
+    SimClearFaults();
 }
 
 TEST_CASE("2598 bytes of timeData are read, the terminator included")
@@ -139,6 +157,7 @@ TEST_CASE("an entry is a profile, a trigger up to the second comma, and a time u
     CHECK(parsed(L"2,12345,07:30\u00A7") == Texts{L"2|12345|07:30", L""});
     CHECK(parsed(L"2,12345,07:30\u00A74,<Busy>,\u00A7") == Texts{L"2|12345|07:30", L"4|<Busy>|", L""});
     CHECK(parsed(L"1,Home, sweet,\u00A7") == Texts{L"1|Home| sweet,", L""});
+    CHECK(parsed(L"1,Home\u00A7sweet,\u00A7") == Texts{L"1|Home|", L"0||", L""});   // a name with a "§"
 }
 
 TEST_CASE("an entry without its end is not one")
@@ -323,6 +342,9 @@ TEST_CASE("the profile of an event is the number two characters in front of its 
         {L"1,<ActiveSync>,\u00A72,<ActiveSync>,\u00A7", 1, 78},
         {L"<ActiveSync>", 77, 78},
         {L",<ActiveSync>", 77, 78},
+        {L"1,[<ActiveSync>],\u00A7", 0, 78},                        // inside the name of a place
+        {L"1,[<ActiveSync>],\u00A72,<ActiveSync>,\u00A7", 0, 78},   // and before the event itself
+        {L"2,<ActiveSync>,\u00A71,[<ActiveSync>],\u00A7", 2, 78},
     };
     StartedPhone phone;
     for (const Row &row : rows) {
@@ -346,6 +368,9 @@ TEST_CASE("events are known by their translated names and by the English ones")
     takeProfilesFrom(L"5,<ActiveSync>,\u00A76,<Power-no ActiveSync>,\u00A7");
     CHECK(userSettings.activeSyncProfile == 5);
     CHECK(userSettings.ACPowerProfile == 6);
+    takeProfilesFrom(L"1,<ActiveSync>,\u00A72,<Abgleich>,\u00A73,<Strom>,\u00A74,<Power-no ActiveSync>,\u00A7");
+    CHECK(userSettings.activeSyncProfile == 1);   // the first, whatever its language
+    CHECK(userSettings.ACPowerProfile == 3);
     for (const wchar_t *name : {L"<Besetzt>", L"<Weg>", L"<Busy>", L"<Out of Office>"})
         CHECK(isAppointmentEvent(name));
     for (const wchar_t *name : {L"<Abgleich>", L"<Strom>", L"<ActiveSync>"})

@@ -13,6 +13,7 @@
 #include "user_settings.h"
 
 IMPORTED(SendDlgItemMessageW);
+IMPORTED(SendMessageW);
 
 namespace {
 
@@ -508,6 +509,54 @@ TEST_CASE("the days of a former dialog are not those of the next")
 
 // ---- Adding -------------------------------------------------------------------------------------------------------------
 
+TEST_CASE("of the name of a place 49 characters are taken, so that a long one loses its bracket")
+{
+    struct Row {
+        size_t length;
+        std::wstring entering, leaving;
+    };
+    const Row rows[] = {
+        {41, L"[" + std::wstring(41, L'p') + L"]", L"Leave [" + std::wstring(41, L'p') + L"]"},
+        {42, L"[" + std::wstring(42, L'p') + L"]", L"Leave [" + std::wstring(42, L'p')},
+        {47, L"[" + std::wstring(47, L'p') + L"]", L"Leave [" + std::wstring(42, L'p')},
+        {48, L"[" + std::wstring(48, L'p'), L"Leave [" + std::wstring(42, L'p')},
+        {49, L"[" + std::wstring(48, L'p'), L"Leave [" + std::wstring(42, L'p')},
+    };
+    StartedPhone phone;
+    phone.set(L"categories", L"names", L"");
+    for (const Row &row : rows) {
+        phone.storePlaces(L"1,@" + std::wstring(row.length, L'p') + L"\u00A7");
+        ScheduleDialog dialog;
+        dialog.tap(1339);
+        for (int event : {4, 5}) {
+            dialog.select(1338, event);
+            dialog.tap(1278);
+        }
+        INFO("characters: " << static_cast<int>(row.length));
+        CHECK(dialog.cell(0, 2) == row.entering);
+        CHECK(dialog.cell(1, 2) == row.leaving);
+        removeValue(L"timeData");
+    }
+}
+
+TEST_CASE("a category with the separator in its name comes back as two entries")
+{
+    StartedPhone phone;
+    phone.set(L"categories", L"names", L"A\u00A7B");
+    {
+        ScheduleDialog dialog;
+        dialog.tap(1339);
+        dialog.select(1253, night);
+        dialog.select(1338, 4);
+        dialog.tap(1278);
+        CHECK(dialog.lines() == Texts{L"Night||A\u00A7B"});
+        dialog.ok();
+    }
+    CHECK(storedText(L"timeData") == L"3,A\u00A7B,\u00A7");
+    ScheduleDialog dialog;
+    CHECK(dialog.lines() == Texts{L"Night||A", L"Home||"});
+}
+
 TEST_CASE("a switch at a time on the chosen days is added at the end of the list")
 {
     StartedPhone phone;
@@ -696,6 +745,24 @@ TEST_CASE("a line that is moved keeps its columns and its days, however long the
     CHECK(dialog.parameter(1) == 0);
 }
 
+TEST_CASE("a line that cannot be moved stays where it is, selected as it was")
+{
+    StartedPhone phone;
+    storeText(L"timeData", fiveLines);
+    ScheduleDialog dialog;
+    const Texts before = dialog.lines();
+    dialog.selectLines({1, 3});
+    Intercept<__imp_SendMessageW> sending([](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+        return message == LVM_INSERTITEMW ? -1
+                                          : Intercept<__imp_SendMessageW>::real(window, message, wParam, lParam);
+    });
+    for (int icon : {1365, 1366}) {
+        dialog.tap(icon);
+        CHECK(dialog.lines() == before);
+        CHECK(dialog.selectedLines() == std::vector<int>{1, 3});
+    }
+}
+
 // ---- Saving -------------------------------------------------------------------------------------------------------------
 
 TEST_CASE("an unchanged schedule is saved as it was")
@@ -836,6 +903,28 @@ TEST_CASE("the dialog fills the screen, its list the rest of it, and the title b
     }
 }
 
+TEST_CASE("the list has room for the longest default name and, beside a scroll bar, for all columns")
+{
+    for (const char *base : {"wm6", "vga", "landscape", "square"}) {
+        StartedPhone phone(base);
+        runModal([] { showProfileSchedule(nullptr); },
+                 [&](HWND dialog) {
+                     const HWND list = GetDlgItem(dialog, 1276);
+                     RECT area = {};
+                     GetClientRect(list, &area);
+                     int widths = 0;
+                     for (WPARAM column = 0; column < 3; ++column)
+                         widths += static_cast<int>(SendMessageW(list, LVM_GETCOLUMNWIDTH, column, 0));
+                     const LRESULT name = SendMessageW(list, LVM_GETSTRINGWIDTHW, 0,
+                                                       reinterpret_cast<LPARAM>(L"Besprechung"));
+                     INFO(std::string(base));
+                     CHECK(name > 0);
+                     CHECK(SendMessageW(list, LVM_GETCOLUMNWIDTH, 0, 0) >= name + 8);
+                     CHECK(widths <= area.right - GetSystemMetrics(SM_CXVSCROLL));
+                 });
+    }
+}
+
 TEST_CASE("a control that is hidden by a change of the mode loses the focus to the other mode's icon")
 {
     StartedPhone phone;
@@ -883,18 +972,20 @@ TEST_CASE("an exception at the beginning is logged, and the dialog stays with wh
         const wchar_t *kind, *call;
         bool raise;
         int lines, events;
+        bool isSaved;
     };
     constexpr Order orders[] = {
-        {L"registry", L"read:timeData", true, 0, 0},
-        {L"registry", L"open:Software\\Tessaryn\\Kelvane", true, 0, 0},
-        {L"memory", L"alloc:", false, 0, 0},
-        {L"file", L"open:\\Program Files\\Kelvane\\kv_Location.dat", true, 1, 4},
+        {L"registry", L"read:timeData", true, 0, 0, false},
+        {L"registry", L"open:Software\\Tessaryn\\Kelvane", true, 0, 0, false},
+        {L"memory", L"alloc:", false, 0, 0, false},
+        {L"file", L"open:\\Program Files\\Kelvane\\kv_Location.dat", true, 1, 4, true},
     };
     for (const Order &order : orders) {
         StartedPhone phone;
         phone.set(L"categories", L"names", L"");
         phone.storePlaces(L"1,@Home\u00A7");
         storeText(L"timeData", L"2,1,07:30\u00A7");
+        setDerived(5);
         SimOrderFault(order.kind, 1, order.call, order.raise);
         ScheduleDialog dialog;
         SimClearFaults();
@@ -903,27 +994,102 @@ TEST_CASE("an exception at the beginning is logged, and the dialog stays with wh
         CHECK(dialog.entryCount(1253) == 7);
         CHECK(dialog.count() == order.lines);
         CHECK(dialog.entryCount(1338) == order.events);
+        CHECK(dialog.selection(1338) == (order.events ? 0 : -1));
         CHECK(dialog.isShown(1339));
         dialog.add(L"2", 9, 0);
         CHECK(dialog.count() == order.lines + 1);
         dialog.ok();
-        CHECK(storedText(L"timeData") == (order.lines ? L"2,1,07:30\u00A70,2,09:00\u00A7" : L"0,2,09:00\u00A7"));
+        CHECK(storedText(L"timeData") == (order.isSaved ? L"2,1,07:30\u00A70,2,09:00\u00A7" : L"2,1,07:30\u00A7"));
+        if (order.isSaved)
+            checkDerived(none, none, 0);
+        else
+            checkDerived(5, 5, 5);
     }
 }
 
-TEST_CASE("a schedule that cannot be read counts as empty, missing sources of events as empty ones")
+TEST_CASE("a schedule that cannot be read is left alone by OK, with what follows from it")
+{
+    for (const wchar_t *call : {L"open:Software\\Tessaryn\\Kelvane", L"read:timeData"}) {
+        StartedPhone phone;
+        userSettings.loggingOption = 1;
+        storeText(L"timeData", L"2,1,07:30\u00A7");
+        setDerived(5);
+        SimOrderFault(L"registry", 0, call, FALSE);
+        ScheduleDialog dialog;
+        SimClearFaults();
+        INFO("failing: " << narrow(call));
+        CHECK(dialog.count() == 0);
+        CHECK(dialog.selection(1338) == 0);
+        checkDerived(5, 5, 5);
+        dialog.ok();
+        CHECK(storedText(L"timeData") == L"2,1,07:30\u00A7");
+        checkDerived(5, 5, 5);
+        CHECK(phone.log() == std::vector<std::string>{"ProfileTimeDlgProc: not read, not saved"});
+    }
+}
+
+TEST_CASE("a schedule of which a line could not be shown is left alone by OK")
+{
+    StartedPhone phone;
+    storeText(L"timeData", fiveLines);
+    setDerived(5);
+    static int insertions;
+    insertions = 0;
+    Intercept<__imp_SendMessageW> sending([](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+        return message == LVM_INSERTITEMW && ++insertions == 2
+                   ? -1
+                   : Intercept<__imp_SendMessageW>::real(window, message, wParam, lParam);
+    });
+    ScheduleDialog dialog;
+    CHECK(dialog.order() == L"WNLC");
+    dialog.ok();
+    CHECK(storedText(L"timeData") == fiveLines);
+    checkDerived(5, 5, 5);
+}
+
+TEST_CASE("a dialog that was filled after one that was not saves again")
+{
+    StartedPhone phone;
+    storeText(L"timeData", L"2,1,07:30\u00A7");
+    SimOrderFault(L"registry", 1, L"read:timeData", TRUE);
+    {
+        ScheduleDialog dialog;
+        dialog.ok();
+    }
+    SimClearFaults();
+    ScheduleDialog dialog;
+    dialog.add(L"2", 9, 0);
+    dialog.ok();
+    CHECK(storedText(L"timeData") == L"2,1,07:30\u00A70,2,09:00\u00A7");
+}
+
+TEST_CASE("missing sources of events count as empty ones")
 {
     StartedPhone phone;
     phone.storePlaces(L"1,@Home\u00A7");
     phone.set(L"categories", L"names", L"");
-    storeText(L"timeData", L"2,1,07:30\u00A7");
-    SimOrderFault(L"registry", 0, L"read:timeData", FALSE);
     SimOrderFault(L"file", 0, L"open:*", FALSE);
     ScheduleDialog dialog;
     SimClearFaults();
-    CHECK(dialog.count() == 0);
     CHECK(dialog.entryCount(1338) == 4);
     CHECK(phone.log().empty());
+}
+
+TEST_CASE("an exception of the categories database leaves the other events and a selected first one")
+{
+    for (const wchar_t *call : {L"open:*", L"seek:*", L"read:*"}) {
+        StartedPhone phone("ppc2003");
+        userSettings.loggingOption = 1;
+        phone.storePlaces(L"1,@Home\u00A7");
+        SimOrderFault(L"database", 1, call, TRUE);
+        ScheduleDialog dialog;
+        SimClearFaults();
+        INFO("raising: " << narrow(call));
+        CHECK(entriesOf(dialog, 1338) == Texts{L"<ActiveSync>", L"<Power-no ActiveSync>", L"<Busy>",
+                                               L"<Out of Office>", L"[Home]", L"Leave [Home]"});
+        CHECK(dialog.selection(1338) == 0);
+        CHECK(phone.log() == std::vector<std::string>{"Exception: getCategories"});
+    }
 }
 
 TEST_CASE("whatever goes wrong at saving, the dialog ends")
@@ -938,10 +1104,13 @@ TEST_CASE("whatever goes wrong at saving, the dialog ends")
         {L"registry", L"create:*", false, false},
         {L"registry", L"write:timeData", true, true},
         {L"memory", L"alloc:", false, true},
+        {L"file", L"open:*", true, true},   // the name of an event
     };
     for (const Order &order : orders) {
         StartedPhone phone;
-        storeText(L"timeData", L"2,1,07:30\u00A7");
+        userSettings.lang = german;
+        storeText(L"timeData", L"2,1,07:30\u00A74,<ActiveSync>,\u00A76,Holiday,\u00A7");
+        setDerived(5);
         const bool appeared = runModal([] { showProfileSchedule(nullptr); },
                                        [&](HWND dialog) {
                                            SimOrderFault(order.kind, 1, order.call, order.raise);
@@ -951,7 +1120,8 @@ TEST_CASE("whatever goes wrong at saving, the dialog ends")
                                        });
         INFO("fault " << narrow(order.call) << ", " << order.raise);
         CHECK(appeared);
-        CHECK(storedText(L"timeData") == L"2,1,07:30\u00A7");
+        CHECK(storedText(L"timeData") == L"2,1,07:30\u00A74,<ActiveSync>,\u00A76,Holiday,\u00A7");
+        checkDerived(5, 5, 5);
         CHECK(phone.log() == (order.logged ? std::vector<std::string>{"** Exception ProfileTimeDlgProc - save **"}
                                            : std::vector<std::string>{}));
     }

@@ -592,6 +592,26 @@ TEST_CASE("restoring where nothing is remembered only has the system look at the
     CHECK(phone.logged() == "");
 }
 
+TEST_CASE("a volume of exactly 1 counts as none, and is not put back")
+{
+    for (const DWORD volume : {0u, 1u, 2u}) {
+        SoundPhone phone;
+        storeNumber(L"Volume", volume, volumeKey);
+        playNow(L"\\Windows\\ring1.wav", 0x80008000);
+        const std::string restored = volume == 1 ? "" : "volume 0x" + std::to_string(volume) + "\n";
+        CHECK(phone.sounds() == "volume 0x80008000\naudio-update\nplay SndPlaySync \\Windows\\ring1.wav 0x80008000\n"
+                                "played SndPlaySync \\Windows\\ring1.wav\n" + restored + "audio-update\n");
+    }
+}
+
+TEST_CASE("a path is logged whole, with a mark for what the phone's code page lacks")
+{
+    SoundPhone phone;
+    phone.writeFile(L"\\Windows\\Kl\xE4nge \x4E2D.wav", "");
+    playNow(L"\\Windows\\Kl\xE4nge \x4E2D.wav");
+    CHECK(phone.log().front() == "playSoundThread: 0x1, \\Windows\\Kl\xE4nge ?.wav");
+}
+
 TEST_CASE("setting a volume is logged with detailed logging only")
 {
     SoundPhone phone;

@@ -21,6 +21,7 @@ namespace {
 
 // The dialog exists once.
 struct ScheduleDialog {
+    bool isLoaded;   // the list shows all that was stored: else it must not take that one's place
     bool eventMode;
     bool chosenDays[weekdayCount];
     HBRUSH chosenDayBrush;
@@ -58,10 +59,10 @@ struct Column {
     int width;
 };
 
-constexpr Column columns[] = {{191, 64}, {192, 46}, {193, 96}};
+constexpr Column columns[] = {{191, 80}, {192, 40}, {193, 92}};
 constexpr int columnCount = countOf(columns);
 constexpr int lastColumn = columnCount - 1;
-constexpr int besideColumns = 24;   // a scroll bar and the list's frame
+constexpr int besideColumns = 18;   // a scroll bar and the list's frame
 
 // The events that do not depend on the phone, in the order they are offered.
 constexpr int eventTexts[] = {201, 202, 199, 200};
@@ -154,15 +155,19 @@ void readLine(HWND list, int index, Line &line)
         readCell(list, index, column, line.cells[column]);
 }
 
+// There are two of the line for a moment, so that none is lost when there is no memory for the second.
 void moveLine(HWND list, int from, int to, Line &line)
 {
     readLine(list, from, line);
-    SendMessageW(list, LVM_DELETEITEM, from, 0);
-    const int index = insertLine(list, to, line.cells[0], line.when);
+    const bool isDown = to > from;
+    const int index = insertLine(list, isDown ? to + 1 : to, line.cells[0], line.when);
+    if (index < 0)
+        return;
     for (int column = 1; column < columnCount; ++column)
         setCell(list, index, column, line.cells[column]);
-    selectLine(list, index);
-    SendMessageW(list, LVM_ENSUREVISIBLE, index, FALSE);
+    SendMessageW(list, LVM_DELETEITEM, isDown ? from : from + 1, 0);
+    selectLine(list, to);
+    SendMessageW(list, LVM_ENSUREVISIBLE, to, FALSE);
 }
 
 void insertColumns(HWND list)
@@ -333,13 +338,16 @@ void fillProfiles(HWND dialog)
 void fillList(HWND list)
 {
     wchar_t text[scheduleCapacity];
-    readSchedule(text);
+    if (!readSchedule(text))
+        return;
     if (!text[0])   // at once: Cancel does not bring them back
         userSettings.activeSyncProfile = userSettings.ACPowerProfile = static_cast<DWORD>(-1);
     wchar_t *rest = text;
     ScheduleEntry entry;
-    for (int index = 0; nextScheduleEntry(rest, entry); ++index)
-        addScheduleLine(list, index, entry.profile, entry.when, entry.time);
+    int entries = 0;
+    for (; nextScheduleEntry(rest, entry); ++entries)
+        addScheduleLine(list, entries, entry.profile, entry.when, entry.time);
+    state.isLoaded = lineCount(list) == entries;
 }
 
 // combo is the window of the list of events.
@@ -362,9 +370,9 @@ void fillEvents(HWND dialog)
     const HWND combo = GetDlgItem(dialog, IDC_EVENT);
     for (int text : eventTexts)
         addEvent(combo, getLanguageText(text, nullptr));
+    SendMessageW(combo, CB_SETCURSEL, 0, 0);   // whatever becomes of the others
     listAppointmentCategories(addEvent, combo);
     listLocations(addPlace, combo);
-    SendMessageW(combo, CB_SETCURSEL, 0, 0);
 }
 
 void fillDialog(HWND dialog)
@@ -430,6 +438,7 @@ void addNewLine(HWND dialog, const wchar_t *when, const wchar_t *time)
     SendMessageW(list, LVM_ENSUREVISIBLE, lineCount(list) - 1, FALSE);
 }
 
+// A longer name is cut, as it has always been: that of a place loses its bracket, and the engine does not know it.
 void addEventLine(HWND dialog)
 {
     wchar_t name[eventCapacity] = L"";
@@ -512,22 +521,50 @@ bool storeLine(const Line &line, ScheduleText &text)
     return true;
 }
 
+void buildText(HWND list, Line &line, ScheduleText &text)
+{
+    const int lines = lineCount(list);
+    for (int index = 0; index < lines; ++index) {
+        readLine(list, index, line);
+        if (!storeLine(line, text))
+            break;
+    }
+}
+
+// What follows from the stored schedule. It is put back at the end of the scope, unless another schedule has been stored.
+class FollowingSettings {
+public:
+    FollowingSettings() = default;
+    FollowingSettings(const FollowingSettings &) = delete;
+    FollowingSettings &operator=(const FollowingSettings &) = delete;
+    ~FollowingSettings()
+    {
+        if (isOutdated)
+            return;
+        userSettings.activeSyncProfile = activeSyncProfile;
+        userSettings.ACPowerProfile = powerProfile;
+        userSettings.outlookCheck = outlookCheck;
+    }
+
+    bool isOutdated = false;
+
+private:
+    const DWORD activeSyncProfile = userSettings.activeSyncProfile;
+    const DWORD powerProfile = userSettings.ACPowerProfile;
+    const DWORD outlookCheck = userSettings.outlookCheck;
+};
+
 void saveSchedule(HWND dialog)
 {
+    const Owned<ScheduleText> text;
+    const Owned<Line> line;
+    FollowingSettings former;
     resetScheduleSettings();
     if (userSettings.loggingOption & logDetailed)
         writeLog("ProfileTimeDlgProc settings saved");
-    const HWND list = listOf(dialog);
-    const Owned<ScheduleText> text;
-    const Owned<Line> line;
-    const int lines = lineCount(list);
-    for (int index = 0; index < lines; ++index) {
-        readLine(list, index, *line.object);
-        if (!storeLine(*line.object, *text.object))
-            break;
-    }
-    writeSchedule(text.object->text);
+    buildText(listOf(dialog), *line.object, *text.object);
     takeProfilesFrom(text.object->text);
+    former.isOutdated = writeSchedule(text.object->text) == ERROR_SUCCESS;
 }
 
 void end(HWND dialog, INT_PTR result)
@@ -536,11 +573,15 @@ void end(HWND dialog, INT_PTR result)
     EndDialog(dialog, result);
 }
 
-// A dialog that cannot save its settings closes all the same.
+// A dialog that cannot save its settings closes all the same. A schedule that could not be read stays as it is, with what
+// follows from it.
 void confirm(HWND dialog)
 {
     try {
-        saveSchedule(dialog);
+        if (state.isLoaded)
+            saveSchedule(dialog);
+        else
+            writeLog("ProfileTimeDlgProc: not read, not saved");
     } catch (...) {
         writeLog("** Exception ProfileTimeDlgProc - save **");
     }
