@@ -150,14 +150,18 @@ namespace {
 
 void loadExtraSettings()
 {
+    extraSettings.loadBrokeOff = true;
     RegistryKey key;
-    if (key.open(HKEY_CURRENT_USER, programKey) != ERROR_SUCCESS)
+    if (const LONG status = key.open(HKEY_CURRENT_USER, programKey)) {
+        extraSettings.loadBrokeOff = status != ERROR_FILE_NOT_FOUND;   // without its key the program is new here
         return;
+    }
     for (const SettingRow &row : extraSettingRows) {
         loadSettingRow(key, &extraSettings, row);
         if (row.afterLoad)
             row.afterLoad(key);
     }
+    extraSettings.loadBrokeOff = false;
     key.close();
 }
 
@@ -168,8 +172,11 @@ void saveRows(const RegistryKey &key, bool numbers)
             saveSettingRow(key, &extraSettings, row);
 }
 
+// A record that was not loaded whole would put zeros over the tariffs and the engine's counters.
 void storeExtraSettings()
 {
+    if (extraSettings.loadBrokeOff)
+        return;
     RegistryKey key;
     if (key.create(HKEY_CURRENT_USER, programKey) != ERROR_SUCCESS)
         return;

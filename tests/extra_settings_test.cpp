@@ -1045,6 +1045,64 @@ TEST_CASE("exceptions at opening, making and closing the key are logged too")
     CHECK(phone.keysLeftOpen() == 0);
 }
 
+TEST_CASE("after a load that broke off nothing is saved until a load succeeds")
+{
+    UsedPhone phone;
+    const std::string before = dumpKey(kelvaneKey);
+    struct {
+        const wchar_t *call;
+        bool exception;
+    } const faults[] = {
+        {L"open:Software\\Tessaryn\\Kelvane", false},
+        {L"open:Software\\Tessaryn\\Kelvane", true},
+        {L"read:billActive", true},
+        {L"read:smsForwardExcept2", true},
+    };
+    for (const auto &fault : faults) {
+        CAPTURE(narrow(fault.call));
+        CAPTURE(fault.exception);
+        forgetRecord();
+        if (fault.exception)
+            orderException(fault.call);
+        else
+            orderFailure(fault.call);
+        loadOnce();
+        record.smsCost = 77;
+        saveExtraSettings();
+        saveExtraSettings();
+        CHECK(dumpKey(kelvaneKey) == before);
+
+        getExtraSettings();
+        record.smsCost = 78;
+        saveExtraSettings();
+        CHECK(storedNumber(L"smsCost") == 78);
+        storeNew(rowNamed(L"smsCost"));
+        CHECK(dumpKey(kelvaneKey) == before);
+    }
+}
+
+TEST_CASE("a record loaded whole is saved, though its key failed to close")
+{
+    UsedPhone phone;
+    orderException(L"close:Software\\Tessaryn\\Kelvane");
+    loadOnce();
+    record.smsCost = 78;
+    saveExtraSettings();
+    CHECK(storedNumber(L"smsCost") == 78);
+}
+
+TEST_CASE("without the program's key a load succeeds, also after one that broke off")
+{
+    NewPhone phone;
+    orderFailure(L"open:Software\\Tessaryn\\Kelvane");
+    loadOnce();
+    saveExtraSettings();
+    CHECK(!keyExists(kelvaneKey));
+    getExtraSettings();
+    saveExtraSettings();
+    CHECK(storedNumber(L"smsCost") == 0);
+}
+
 TEST_CASE("exhausted memory at any forwarding number is logged and keeps the record in order")
 {
     UsedPhone phone;
