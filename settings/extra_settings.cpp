@@ -26,7 +26,7 @@ void resetDailyCounters(const RegistryKey &key)
     writeNumber(key, L"gprsOutDaily", s.gprsOutDaily);
 }
 
-// The rotator's item 0x20 is not counted; the engine turns the texts by the same count, so it stays that way.
+// The rotator's item 0x20 is not counted. Kept on purpose: the count is derived and never stored, so nothing is lost by it.
 constexpr DWORD countedRotatorItems = 0x1FDF;
 
 void countRotatorItems(const RegistryKey &)

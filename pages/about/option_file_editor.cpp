@@ -70,7 +70,8 @@ bool isReadOnly(HWND field)
     return (GetWindowLongPtrW(field, GWL_STYLE) & ES_READONLY) != 0;
 }
 
-// Stores the text with its terminator, as the engine has always found it. False when it is not there in the end.
+// Stores the text with its terminator. That is kept; it is safe, for the zero byte stands behind all lines, and reading
+// ends there. False when the text is not there in the end.
 bool storeText(HWND field, const wchar_t *path)
 {
     const size_t length = static_cast<size_t>(SendMessageW(field, WM_GETTEXTLENGTH, 0, 0));
