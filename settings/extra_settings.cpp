@@ -47,6 +47,9 @@ void countRotatorItems(const RegistryKey &)
 #define NUMBER(field) VALUE(field, number, sizeof(DWORD), 0, true, nullptr)
 #define NUMBER_THEN(field, then) VALUE(field, number, sizeof(DWORD), 0, true, then)
 #define NUMBER_READ_ONLY(field) VALUE(field, number, sizeof(DWORD), 0, false, nullptr)
+
+// Of a stored forwarding text that is longer than its limit, or of another type, nothing is read, and the empty text is saved
+// in its place. Kept on purpose: it is safe, for no buffer is outgrown, and half a number would be worse than none.
 #define HEAP_TEXT(field) VALUE(field, optionalText, 200, 0, true, nullptr)
 #define FIXED_TEXT(field) VALUE(field, text, sizeof(ExtraSettings::field), forwardTextCapacity, true, nullptr)
 

@@ -704,6 +704,34 @@ TEST_CASE("an empty forwarding number counts as none and is written back empty")
     }
 }
 
+TEST_CASE("a forwarding text that is too long or of another type counts as absent and is saved empty")
+{
+    NewPhone phone;
+    makeKey(kelvaneKey);
+    const int formCount = static_cast<int>(storedForms(40).size());
+    int refused = 0;
+    for (int index = 0; index < formCount; ++index) {
+        forgetRecord();
+        for (const Row &row : rows)
+            if (!isNumber(row))
+                storeForm(row.name, storedForms(row.limit)[index]);
+        getExtraSettings();
+        saveExtraSettings();
+        if (storedForms(40)[index].read >= 0)
+            continue;
+        ++refused;
+        for (const Row &row : rows) {
+            if (isNumber(row))
+                continue;
+            CAPTURE(storedForms(40)[index].what);
+            CAPTURE(narrow(row.name));
+            CHECK(storedValue(row.name).type == REG_SZ);
+            CHECK(storedValue(row.name).bytes == std::vector<BYTE>{0, 0});
+        }
+    }
+    CHECK(refused == 7);
+}
+
 TEST_CASE("a forwarding number is replaced at every load")
 {
     NewPhone phone;
