@@ -26,7 +26,7 @@ void resetDailyCounters(const RegistryKey &key)
     writeNumber(key, L"gprsOutDaily", s.gprsOutDaily);
 }
 
-// The rotator's item 0x20 is not counted; the engine turns the texts by the same count, so it stays that way.
+// The rotator's item 0x20 is not counted. Kept on purpose: the count is derived and never stored, so nothing is lost by it.
 constexpr DWORD countedRotatorItems = 0x1FDF;
 
 void countRotatorItems(const RegistryKey &)
@@ -47,6 +47,9 @@ void countRotatorItems(const RegistryKey &)
 #define NUMBER(field) VALUE(field, number, sizeof(DWORD), 0, true, nullptr)
 #define NUMBER_THEN(field, then) VALUE(field, number, sizeof(DWORD), 0, true, then)
 #define NUMBER_READ_ONLY(field) VALUE(field, number, sizeof(DWORD), 0, false, nullptr)
+
+// Of a stored forwarding text that is longer than its limit, or of another type, nothing is read, and the empty text is saved
+// in its place. Kept on purpose: it is safe, for no buffer is outgrown, and half a number would be worse than none.
 #define HEAP_TEXT(field) VALUE(field, optionalText, 200, 0, true, nullptr)
 #define FIXED_TEXT(field) VALUE(field, text, sizeof(ExtraSettings::field), forwardTextCapacity, true, nullptr)
 
@@ -150,14 +153,18 @@ namespace {
 
 void loadExtraSettings()
 {
+    extraSettings.loadBrokeOff = true;
     RegistryKey key;
-    if (key.open(HKEY_CURRENT_USER, programKey) != ERROR_SUCCESS)
+    if (const LONG status = key.open(HKEY_CURRENT_USER, programKey)) {
+        extraSettings.loadBrokeOff = status != ERROR_FILE_NOT_FOUND;   // without its key the program is new here
         return;
+    }
     for (const SettingRow &row : extraSettingRows) {
         loadSettingRow(key, &extraSettings, row);
         if (row.afterLoad)
             row.afterLoad(key);
     }
+    extraSettings.loadBrokeOff = false;
     key.close();
 }
 
@@ -168,8 +175,11 @@ void saveRows(const RegistryKey &key, bool numbers)
             saveSettingRow(key, &extraSettings, row);
 }
 
+// A record that was not loaded whole would put zeros over the tariffs and the engine's counters.
 void storeExtraSettings()
 {
+    if (extraSettings.loadBrokeOff)
+        return;
     RegistryKey key;
     if (key.create(HKEY_CURRENT_USER, programKey) != ERROR_SUCCESS)
         return;

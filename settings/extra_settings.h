@@ -116,8 +116,10 @@ struct ExtraSettings {
     wchar_t smsForwardExcept[forwardTextCapacity];
     wchar_t smsForwardExcept2[forwardTextCapacity];
 
-    // Derived when loading, not stored: how many of the rotator's items are shown.
+    // Derived when loading, not stored: how many of the rotator's items are shown, and whether the last load broke off, so
+    // that the record lacks what the registry has.
     DWORD rotatorCount;
+    bool loadBrokeOff;
 };
 
 extern ExtraSettings extraSettings;
@@ -131,7 +133,8 @@ extern const SettingRow extraSettingRows[extraSettingCount];
 void getExtraSettings();
 
 // Writes the record; flushed on systems from version 5 on. Single failures are ignored, an exception is logged and ends the
-// save.
+// save. Nothing is written after a load that broke off, by an exception or a key that is there but does not open, until one
+// succeeds.
 void saveExtraSettings();
 
 // Releases the heap texts of the record.

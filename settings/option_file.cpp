@@ -83,7 +83,8 @@ void setFlag(const OptionRow &row, const char *value)
 }
 
 // A key is known by the line break in front of it, so the first line never holds one; a last line without line feed
-// does not count. The equals sign is looked for beyond the key's own line, too. All this the engine does alike.
+// does not count. The equals sign is looked for beyond the key's own line, too. All this is kept, so that the files users
+// have go on meaning the same here; it is safe, for the search never leaves the text.
 void applyRow(const OptionRow &row, char *text)
 {
     char key[40];

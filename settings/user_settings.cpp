@@ -170,13 +170,16 @@ LONG loadUserSettings()
 {
     userSettings.activeSyncProfile = noProfile;
     userSettings.ACPowerProfile = noProfile;
+    userSettings.loadBrokeOff = true;
     RegistryKey key;
     if (const LONG status = key.open(HKEY_CURRENT_USER, programKey)) {
         nameUnnamedProfiles();
+        userSettings.loadBrokeOff = status != ERROR_FILE_NOT_FOUND;   // without its key the program is new here
         return status;
     }
     for (const SettingRow &row : userSettingRows)
         loadRow(key, row);
+    userSettings.loadBrokeOff = false;
     key.close();
     return applySystemTweaks();
 }
@@ -202,8 +205,11 @@ void saveRow(const RegistryKey &key, const SettingRow &row)
         saveSettingRow(key, &userSettings, row);
 }
 
+// A record that was not loaded whole would put zeros over the user's settings.
 LONG storeUserSettings()
 {
+    if (userSettings.loadBrokeOff)
+        return ERROR_INVALID_DATA;
     RegistryKey key;
     if (const LONG status = key.create(HKEY_CURRENT_USER, programKey))
         return status;

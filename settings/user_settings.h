@@ -93,6 +93,7 @@ struct UserSettings {
     DWORD textColor;
     DWORD alarmTextColor;
     DWORD scrollTextColor;
+    bool loadBrokeOff;   // the last load did: the record lacks what the registry has
 };
 
 extern UserSettings userSettings;
@@ -106,7 +107,8 @@ extern const SettingRow userSettingRows[userSettingCount];
 LONG getUserSettings();
 
 // Writes the record. Returns the status of creating the key, or of closing it; single failures are ignored. After an
-// exception, which is logged, ERROR_OUTOFMEMORY.
+// exception, which is logged, ERROR_OUTOFMEMORY. Nothing is written after a load that broke off, by an exception or a key that
+// is there but does not open, until one succeeds; the result is ERROR_INVALID_DATA then.
 LONG saveUserSettings();
 
 // Gives all seven profiles their default names in the current language.

@@ -250,6 +250,39 @@ TEST_CASE("with any logging switched on, closing the Logging dialog describes th
     CHECK(phone.log().size() == 21);
 }
 
+TEST_CASE("with only high bits of the logging option set nothing is logged but the warning")
+{
+    AboutPhone phone;
+    AboutPage page;
+    for (const DWORD option : {0x100u, 0x80000000u, 0xFFFFFF00u}) {
+        userSettings.loggingOption = option;
+        CHECK(dialogOpenedBy(page, loggingIcon) == L"Logging Options");
+        CHECK(userSettings.loggingOption == option);
+    }
+    CHECK(phone.log().empty());
+    makeKey(L"SOFTWARE\\Apps\\Cyberbank", HKEY_LOCAL_MACHINE);
+    CHECK(dialogOpenedBy(page, loggingIcon) == L"Logging Options");
+    CHECK(phone.log() == std::vector<std::string>{"** Warning: Cyberbank POZ device - Not supported!"});
+}
+
+TEST_CASE("the focus goes back to the page after the Logging dialog, however it ends")
+{
+    AboutPhone phone;
+    AboutPage page;
+    for (const int command : {IDOK, IDCANCEL}) {
+        SetFocus(page.control(loggingIcon));
+        HWND inside = nullptr;
+        CHECK(runModal([&] { page.command(loggingIcon); },
+                       [&](HWND dialog) {
+                           inside = GetFocus();
+                           SendMessageW(dialog, WM_COMMAND, static_cast<WPARAM>(command), 0);
+                       }));
+        const HWND focus = GetFocus();
+        CHECK(inside != nullptr);
+        CHECK((focus == page.handle() || IsChild(page.handle(), focus)));
+    }
+}
+
 TEST_CASE("help, apply and reset are those of every page")
 {
     AboutPhone phone;

@@ -704,6 +704,34 @@ TEST_CASE("an empty forwarding number counts as none and is written back empty")
     }
 }
 
+TEST_CASE("a forwarding text that is too long or of another type counts as absent and is saved empty")
+{
+    NewPhone phone;
+    makeKey(kelvaneKey);
+    const int formCount = static_cast<int>(storedForms(40).size());
+    int refused = 0;
+    for (int index = 0; index < formCount; ++index) {
+        forgetRecord();
+        for (const Row &row : rows)
+            if (!isNumber(row))
+                storeForm(row.name, storedForms(row.limit)[index]);
+        getExtraSettings();
+        saveExtraSettings();
+        if (storedForms(40)[index].read >= 0)
+            continue;
+        ++refused;
+        for (const Row &row : rows) {
+            if (isNumber(row))
+                continue;
+            CAPTURE(storedForms(40)[index].what);
+            CAPTURE(narrow(row.name));
+            CHECK(storedValue(row.name).type == REG_SZ);
+            CHECK(storedValue(row.name).bytes == std::vector<BYTE>{0, 0});
+        }
+    }
+    CHECK(refused == 7);
+}
+
 TEST_CASE("a forwarding number is replaced at every load")
 {
     NewPhone phone;
@@ -1043,6 +1071,64 @@ TEST_CASE("exceptions at opening, making and closing the key are logged too")
     }
     CHECK(phone.log() == std::vector<std::string>{loadFailed, loadFailed, saveFailed, saveFailed});
     CHECK(phone.keysLeftOpen() == 0);
+}
+
+TEST_CASE("after a load that broke off nothing is saved until a load succeeds")
+{
+    UsedPhone phone;
+    const std::string before = dumpKey(kelvaneKey);
+    struct {
+        const wchar_t *call;
+        bool exception;
+    } const faults[] = {
+        {L"open:Software\\Tessaryn\\Kelvane", false},
+        {L"open:Software\\Tessaryn\\Kelvane", true},
+        {L"read:billActive", true},
+        {L"read:smsForwardExcept2", true},
+    };
+    for (const auto &fault : faults) {
+        CAPTURE(narrow(fault.call));
+        CAPTURE(fault.exception);
+        forgetRecord();
+        if (fault.exception)
+            orderException(fault.call);
+        else
+            orderFailure(fault.call);
+        loadOnce();
+        record.smsCost = 77;
+        saveExtraSettings();
+        saveExtraSettings();
+        CHECK(dumpKey(kelvaneKey) == before);
+
+        getExtraSettings();
+        record.smsCost = 78;
+        saveExtraSettings();
+        CHECK(storedNumber(L"smsCost") == 78);
+        storeNew(rowNamed(L"smsCost"));
+        CHECK(dumpKey(kelvaneKey) == before);
+    }
+}
+
+TEST_CASE("a record loaded whole is saved, though its key failed to close")
+{
+    UsedPhone phone;
+    orderException(L"close:Software\\Tessaryn\\Kelvane");
+    loadOnce();
+    record.smsCost = 78;
+    saveExtraSettings();
+    CHECK(storedNumber(L"smsCost") == 78);
+}
+
+TEST_CASE("without the program's key a load succeeds, also after one that broke off")
+{
+    NewPhone phone;
+    orderFailure(L"open:Software\\Tessaryn\\Kelvane");
+    loadOnce();
+    saveExtraSettings();
+    CHECK(!keyExists(kelvaneKey));
+    getExtraSettings();
+    saveExtraSettings();
+    CHECK(storedNumber(L"smsCost") == 0);
 }
 
 TEST_CASE("exhausted memory at any forwarding number is logged and keeps the record in order")

@@ -80,6 +80,27 @@ TEST_CASE("each box shows its bit of the logging option")
     CHECK(storedNumber(L"loggingOption") == 77);
 }
 
+TEST_CASE("bits that have no box are shown by none, outlive Cancel and go with OK")
+{
+    LoggingPhone phone;
+    for (const DWORD option : {0x100u, 0x80000000u, 0xFFFFFFF2u}) {
+        CAPTURE(option);
+        storeNumber(L"loggingOption", 77);
+        userSettings.loggingOption = option;
+        bool anyBox = true;
+        show([&](HWND dialog) {
+            anyBox = isChecked(dialog, basic) || isChecked(dialog, detailed) || isChecked(dialog, signal);
+            SendMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+        });
+        CHECK(!anyBox);
+        CHECK(userSettings.loggingOption == option);
+        CHECK(storedNumber(L"loggingOption") == 77);
+        show([](HWND dialog) { SendMessageW(dialog, WM_COMMAND, IDOK, 0); });
+        CHECK(userSettings.loggingOption == 0);
+        CHECK(storedNumber(L"loggingOption") == 0);
+    }
+}
+
 TEST_CASE("OK stores the chosen bits at once, and basic logging with any other")
 {
     LoggingPhone phone;

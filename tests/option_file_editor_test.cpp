@@ -157,6 +157,16 @@ TEST_CASE("a missing file gives an empty editor")
     CHECK(!phone.fileExists(path));
 }
 
+TEST_CASE("a missing folder gives an empty editor, too")
+{
+    EditorPhone phone;
+    freeText(appPath);
+    appPath = duplicateText(L"\\No such folder\\Kelvane");
+    bool readOnly = true;
+    edit([&](HWND dialog) { readOnly = isReadOnly(dialog); });
+    CHECK(!readOnly);
+}
+
 TEST_CASE("the buttons are in the chosen language")
 {
     EditorPhone phone;
@@ -384,6 +394,37 @@ TEST_CASE("a file that is there but cannot be read whole is not edited and not o
             CHECK(phone.readFile(path) == "precious\r\n");
             CHECK(phone.log().size() == (raise ? 1u : 0u));
         }
+}
+
+TEST_CASE("a file that the system cannot tell the presence of is edited only when it can be read whole")
+{
+    struct {
+        const wchar_t *alsoFailing;   // besides the question for its attributes
+        bool raise, editable;
+    } const cases[] = {
+        {nullptr, false, true},
+        {L"open:\\Program Files\\Kelvane\\Kelvane_User.cfg", false, false},
+        {L"read:\\Program Files\\Kelvane\\Kelvane_User.cfg", false, false},
+        {nullptr, true, false},
+    };
+    for (const auto &each : cases) {
+        CAPTURE(each.raise);
+        CAPTURE(each.editable);
+        EditorPhone phone;
+        phone.writeFile(path, "precious\r\n");
+        SimOrderFault(L"file", 0, L"attributes:\\Program Files\\Kelvane\\Kelvane_User.cfg", each.raise);
+        if (each.alsoFailing)
+            SimOrderFault(L"file", 0, each.alsoFailing, FALSE);
+        bool readOnly = false;
+        edit([&](HWND dialog) {
+            SimClearFaults();
+            readOnly = isReadOnly(dialog);
+            type(dialog, L"new");
+            ok(dialog);
+        });
+        CHECK(readOnly != each.editable);
+        CHECK((phone.readFile(path) == (each.editable ? withZero("newprecious\r\n") : "precious\r\n")));
+    }
 }
 
 TEST_CASE("with no memory for the file it is not edited and not overwritten")

@@ -227,8 +227,18 @@ TEST_CASE("the log level named is the highest")
         DWORD option;
         const char *line;
     } const levels[] = {
-        {1, "Log-level: Basic"},  {5, "Log-level: Detail"}, {9, "Log-level: Signal"}, {13, "Log-level: Signal"},
-        {4, "Log-level: Detail"}, {8, "Log-level: Signal"}, {2, "Log-level: Basic"},  {16, "Log-level: Basic"},
+        {1, "Log-level: Basic"},
+        {5, "Log-level: Detail"},
+        {9, "Log-level: Signal"},
+        {13, "Log-level: Signal"},
+        {4, "Log-level: Detail"},
+        {8, "Log-level: Signal"},
+        {2, "Log-level: Basic"},
+        {16, "Log-level: Basic"},
+        {0x80000010, "Log-level: Basic"},
+        {0x104, "Log-level: Detail"},
+        {0x100, ""},
+        {0x80000000, ""},   // not logged at all
     };
     for (const auto &level : levels) {
         userSettings.loggingOption = level.option;
@@ -243,6 +253,11 @@ TEST_CASE("names beyond plain letters, and the longest ones, are logged whole")
     CHECK(phone.line("Owner") == "Owner  : J\xF6rg");
     storeText(L"Owner", many(259), ownerKey);
     CHECK(phone.line("Owner") == "Owner  : " + std::string(259, 'w'));
+    storeText(L"Aku", many(49), L"System\\Versions", HKEY_LOCAL_MACHINE);
+    CHECK(phone.line("PPC") == "PPC    : Example Phone 600, v5.2 (AKU: " + std::string(49, 'w') + ")");
+    storeText(L"Aku", many(50), L"System\\Versions", HKEY_LOCAL_MACHINE);   // more than the 100 bytes that are read
+    CHECK(phone.line("PPC") == "PPC    : Example Phone 600, v5.2 (AKU: )");
+    storeText(L"Aku", L"1235.1.0.0", L"System\\Versions", HKEY_LOCAL_MACHINE);
     phone.set(L"phone", L"oem", many(1000).c_str());
     CHECK(phone.line("PPC") == "PPC    : " + std::string(1000, 'w') + ", v5.2 (AKU: 1235.1.0.0)");
     userSettings.sysPhoneName = duplicateText(many(3000).c_str());

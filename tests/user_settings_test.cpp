@@ -1353,6 +1353,65 @@ TEST_CASE("exceptions at opening, making, deleting and closing are logged too")
     CHECK(phone.keysLeftOpen() == 0);
 }
 
+TEST_CASE("after a load that broke off nothing is saved until a load succeeds")
+{
+    UsedPhone phone;
+    const std::string before = dumpKey(kelvaneKey);
+    struct {
+        const wchar_t *call;
+        bool exception;
+    } const faults[] = {
+        {L"open:Software\\Tessaryn\\Kelvane", false},
+        {L"open:Software\\Tessaryn\\Kelvane", true},
+        {L"read:skinName", true},
+        {L"read:voicemail2", true},
+    };
+    for (const auto &fault : faults) {
+        CAPTURE(narrow(fault.call));
+        CAPTURE(fault.exception);
+        forgetRecord();
+        if (fault.exception)
+            orderException(fault.call);
+        else
+            orderFailure(fault.call);
+        CHECK(loadOnce() != 0);
+        record.textSize = 77;
+        CHECK(saveUserSettings() == ERROR_INVALID_DATA);
+        CHECK(saveUserSettings() == ERROR_INVALID_DATA);
+        CHECK(dumpKey(kelvaneKey) == before);
+    }
+    CHECK(loadOnce() == 0);
+    record.textSize = 78;
+    CHECK(saveUserSettings() == 0);
+    CHECK(storedNumber(L"textSize") == 78);
+}
+
+TEST_CASE("a record loaded whole is saved, though its key or the tweaks after it failed")
+{
+    UsedPhone phone;
+    DWORD size = 77;
+    for (const wchar_t *call : {L"close:Software\\Tessaryn\\Kelvane", L"close:ControlPanel\\Volume"}) {
+        CAPTURE(narrow(call));
+        orderException(call);
+        CHECK(loadOnce() != 0);
+        record.textSize = ++size;
+        CHECK(saveUserSettings() == 0);
+        CHECK(storedNumber(L"textSize") == size);
+    }
+}
+
+TEST_CASE("without the program's key a load is complete, also after one that broke off")
+{
+    NewPhone phone;
+    orderFailure(L"open:Software\\Tessaryn\\Kelvane");
+    CHECK(loadOnce() != 0);
+    CHECK(saveUserSettings() == ERROR_INVALID_DATA);
+    CHECK(!keyExists(kelvaneKey));
+    CHECK(loadOnce() == ERROR_FILE_NOT_FOUND);
+    CHECK(saveUserSettings() == 0);
+    CHECK(storedNumber(L"shutdownDelay") == 45);
+}
+
 TEST_CASE("an exception in any system tweak is logged as one of loading, with the record loaded")
 {
     UsedPhone phone;

@@ -40,11 +40,20 @@ bool setFieldText(HWND field, WholeFile &file)
     return (length > 0 || size == 0) && SendMessageW(field, WM_GETTEXTLENGTH, 0, 0) == length;
 }
 
-// False when there is a file, but not all of it is in the field.
+// Any other failure says nothing about the file: it may be there.
+bool isMissing(const wchar_t *path)
+{
+    if (pathExists(path))
+        return false;
+    const DWORD error = GetLastError();
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
+// False when there is a file, or may be one, but not all of it is in the field.
 bool showFile(HWND field)
 {
     wchar_t path[optionPathCapacity];
-    if (!optionFilePath(path) || !pathExists(path))
+    if (!optionFilePath(path) || isMissing(path))
         return true;
     WholeFile file;
     return file.read(path) && setFieldText(field, file) && file.isComplete();
@@ -70,7 +79,8 @@ bool isReadOnly(HWND field)
     return (GetWindowLongPtrW(field, GWL_STYLE) & ES_READONLY) != 0;
 }
 
-// Stores the text with its terminator, as the engine has always found it. False when it is not there in the end.
+// Stores the text with its terminator. That is kept; it is safe, for the zero byte stands behind all lines, and reading
+// ends there. False when the text is not there in the end.
 bool storeText(HWND field, const wchar_t *path)
 {
     const size_t length = static_cast<size_t>(SendMessageW(field, WM_GETTEXTLENGTH, 0, 0));

@@ -1,19 +1,19 @@
 #!/usr/bin/env python3
-"""Draws the program's icons: make_icons.py --out DIR writes an .ico file into DIR for each row of ICONS.
+"""Draws the program's icons: make_icons.py --out DIR writes NAME.ico into DIR for each drawing NAME.svg.
 
 The sources are the SVG drawings beside this script; no icon is kept as a binary. The 16 pixel
-images have drawings of their own, because a larger one scaled down blurs.
+images have drawings of their own, NAME-16.svg, because a larger one scaled down blurs.
 
-Every image is an uncompressed 8-bit bitmap with a palette and a 1-bit AND mask, the form that
-every system from Pocket PC 2003 to Windows Mobile 6 draws:
+Every image is an uncompressed bitmap with a palette and a 1-bit AND mask, the form that every
+system from Pocket PC 2003 to Windows Mobile 6 draws:
 
  - Windows CE knows nothing of PNG-compressed icon images, so none is written at any size.
  - Pocket PC 2003 has no alpha channel. A pixel is either opaque or left out; the smooth edges
    are blended beforehand against EDGE_COLOUR, the background of the pages. A pixel that the
    drawing covers by less than half is left out. Its colour is black, so that drawing it
    through the mask leaves what is behind it unchanged.
- - 256 colours of its own choice for each image are as good as true colour on these screens
-   (16 bits a pixel) at half the size.
+ - 16 colours of its own choice are enough for each image of a small icon. The program's icon has
+   256, which are as good as true colour on these screens (16 bits a pixel) at half the size.
 
 The same sources and tools give the same bytes: nothing written depends on time or place.
 
@@ -30,28 +30,12 @@ import tempfile
 
 SOURCES = pathlib.Path(__file__).resolve().parent
 
-# Icon: its images, as (size in pixels, drawing). The order is that of the file.
-ICONS = {
-    "program.ico": ((16, "program-16.svg"), (32, "program.svg"), (48, "program.svg"), (64, "program.svg")),
-    "help.ico": ((16, "help-16.svg"), (32, "help.svg")),
-    "schedule.ico": ((16, "schedule-16.svg"), (32, "schedule.svg")),
-    "event.ico": ((16, "event-16.svg"), (32, "event.svg")),
-    "up.ico": ((16, "up-16.svg"), (32, "up.svg")),
-    "down.ico": ((16, "down-16.svg"), (32, "down.svg")),
-    "edit.ico": ((16, "edit-16.svg"), (32, "edit.svg")),
-    "export.ico": ((16, "export-16.svg"), (32, "export.svg")),
-    "play.ico": ((16, "play-16.svg"), (32, "play.svg")),
-    "folder.ico": ((16, "folder-16.svg"), (32, "folder.svg")),
-    "file.ico": ((16, "file-16.svg"), (32, "file.svg")),
-    "options.ico": ((16, "options-16.svg"), (32, "options.svg")),
-    "logging.ico": ((16, "logging-16.svg"), (32, "logging.svg")),
-    "mail.ico": ((16, "mail-16.svg"), (32, "mail.svg")),
-}
+# The program's own icon is also shown large, by the system, and has more images and colours than the others.
+PROGRAM = "program"
+PROGRAM_SIZES, PROGRAM_BITS = (16, 32, 48, 64), 8
+OTHER_SIZES, OTHER_BITS = (16, 32), 4
 
 EDGE_COLOUR = "rgb(220,220,230)"
-
-# icotool puts black into the palette by itself, so one of the 256 entries stays free for it.
-PALETTE_COLOURS = 255
 
 # pngquant shares its sums among threads; with one, they do not depend on the number of cores.
 ENVIRONMENT = {**os.environ, "OMP_NUM_THREADS": "1"}
@@ -84,21 +68,28 @@ def hard_edged_svg(drawing, size):
     return HARD_EDGES.format(size=size, edge=EDGE_COLOUR, drawing=inner).encode("utf-8")
 
 
-def render(drawing, size):
-    """The PNG file, with a palette, of a drawing at a size."""
+def render(drawing, size, bits):
+    """The PNG file, with a palette for so many bits a pixel, of a drawing at a size."""
+    colours = 2 ** bits - 1  # icotool puts black into the palette by itself
     png = run_filter(["rsvg-convert"], hard_edged_svg(drawing, size))
-    return run_filter(["pngquant", "--nofs", "--speed", "1", str(PALETTE_COLOURS), "-"], png)
+    return run_filter(["pngquant", "--nofs", "--speed", "1", str(colours), "-"], png)
 
 
-def make_icon(path, images):
-    """Writes one icon file from its (size, drawing) pairs."""
+def icon_names():
+    """The names of all icons, those of the drawings that are not for 16 pixels only."""
+    return sorted(drawing.stem for drawing in SOURCES.glob("*.svg") if not drawing.stem.endswith("-16"))
+
+
+def make_icon(path, name):
+    """Writes one icon file."""
+    sizes, bits = (PROGRAM_SIZES, PROGRAM_BITS) if name == PROGRAM else (OTHER_SIZES, OTHER_BITS)
     with tempfile.TemporaryDirectory() as scratch:
         pngs = []
-        for size, drawing in images:
+        for size in sizes:
             png = pathlib.Path(scratch, f"{size}.png")
-            png.write_bytes(render(drawing, size))
+            png.write_bytes(render(f"{name}-16.svg" if size == 16 else f"{name}.svg", size, bits))
             pngs.append(png)
-        subprocess.run(["icotool", "--create", "--bit-depth=8", f"--output={path}", *pngs], check=True)
+        subprocess.run(["icotool", "--create", f"--bit-depth={bits}", f"--output={path}", *pngs], check=True)
 
 
 def main():
@@ -106,8 +97,8 @@ def main():
     parser.add_argument("--out", type=pathlib.Path, required=True, help="directory for the .ico files")
     out = parser.parse_args().out
     out.mkdir(parents=True, exist_ok=True)
-    for name, images in ICONS.items():
-        make_icon(out / name, images)
+    for name in icon_names():
+        make_icon(out / f"{name}.ico", name)
 
 
 if __name__ == "__main__":
