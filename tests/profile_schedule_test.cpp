@@ -1104,7 +1104,6 @@ TEST_CASE("whatever goes wrong at saving, the dialog ends")
         {L"registry", L"create:*", false, false},
         {L"registry", L"write:timeData", true, true},
         {L"memory", L"alloc:", false, true},
-        {L"file", L"open:*", true, true},   // the name of an event
     };
     for (const Order &order : orders) {
         StartedPhone phone;
