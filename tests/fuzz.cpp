@@ -187,8 +187,8 @@ void serve(const Bytes &content)
     readable = chance.oneIn(50) ? chance.below(content.size() + 1) : content.size();
 }
 
-// What the reader has in its buffer: a file that cannot be read to its end counts as far as it came, for that is there; what
-// is missing is zero.
+// What the other readers have in their buffer: a file that cannot be read to its end counts as far as it came, for that is
+// there; what is missing is zero.
 Bytes bufferContent()
 {
     Bytes content = fileContent;
@@ -339,7 +339,9 @@ bool importAgrees()
         const Guarded guarded;
         importSettings(1);
     }
-    const bool same = changes == expectedOfImport(bufferContent());
+    // A file that cannot be read to its end is not imported.
+    const bool isReadable = readable == fileContent.size();
+    const bool same = changes == (isReadable ? expectedOfImport(fileContent) : std::vector<Change>{});
     std::vector<Change>().swap(changes);
     return same;
 }
