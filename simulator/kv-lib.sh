@@ -29,21 +29,24 @@ prefix_is_ready() {
     [[ -e $WINEPREFIX/$prefix_mark ]]
 }
 
+run_in_new_prefix() {
+    (unset DISPLAY && run_wine "$@" </dev/null >/dev/null 2>&1) || fail "Wine could not make its prefix $WINEPREFIX"
+}
+
 create_prefix() {
     local metric
     echo "kv: making the Wine prefix $WINEPREFIX" >&2
     rm -rf "$WINEPREFIX"
     mkdir -p "$WINEPREFIX"
-    env -u DISPLAY "$wine" wineboot -i </dev/null >/dev/null 2>&1 || fail "Wine could not make its prefix $WINEPREFIX"
+    run_in_new_prefix wineboot -i
     "$wine_server" -w
     # The phone's system font is Tahoma, and its metrics decide the size of every dialog.
     cp "$wine_fonts/tahoma.ttf" "$wine_fonts/tahomabd.ttf" "$WINEPREFIX/drive_c/windows/Fonts/"
     # Waiting for a window manager to let go of a window costs two seconds a time where there is none.
-    env -u DISPLAY "$wine" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f </dev/null >/dev/null 2>&1
+    run_in_new_prefix reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f
     # A phone's scroll bars are 13 pixels wide, which is what its pages leave room for; the unit is a fifteenth of that.
     for metric in ScrollWidth ScrollHeight; do
-        env -u DISPLAY "$wine" reg add 'HKCU\Control Panel\Desktop\WindowMetrics' /v $metric /d -195 /f \
-            </dev/null >/dev/null 2>&1
+        run_in_new_prefix reg add 'HKCU\Control Panel\Desktop\WindowMetrics' /v $metric /d -195 /f
     done
     "$wine_server" -w
     touch "$WINEPREFIX/$prefix_mark"
