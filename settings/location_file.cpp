@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr DWORD fileSizeLimit = 0x10000000;   // what is longer is none that the engine could hold
+constexpr DWORD fileSizeLimit = 0x10000000;   // what is longer no phone could hold
 
 bool openForReading(FileHandle &file)
 {

@@ -25,7 +25,7 @@ constexpr DWORD bytesOf(size_t characters)
 
 // ---- What reading a value entails ---------------------------------------------------------------------------------
 
-// The alarm text takes fontColor, not alarmColor: so the engine's displays have always looked, and so it stays.
+// The alarm text takes fontColor, not alarmColor: kept, for colours that people chose with it stay as they are.
 void deriveColors(const RegistryKey &)
 {
     UserSettings &s = userSettings;

@@ -18,7 +18,7 @@ constexpr ControlText labels[] = {
 
 constexpr const wchar_t *toneCounts[] = {L"1 x", L"2 x", L"3 x"};
 
-// There is no entry for six: the engine's alarms have never offered it.
+// There is no entry for six. Kept: stored positions count on this list.
 constexpr const wchar_t *repetitions[] = {L"1 x", L"2 x",  L"3 x",  L"4 x",  L"5 x",
                                           L"7 x", L"10 x", L"15 x", L"20 x", L"30 x"};
 constexpr int endlessText = 209;

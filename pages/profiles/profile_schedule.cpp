@@ -438,7 +438,7 @@ void addNewLine(HWND dialog, const wchar_t *when, const wchar_t *time)
     SendMessageW(list, LVM_ENSUREVISIBLE, lineCount(list) - 1, FALSE);
 }
 
-// A longer name is cut, as it has always been: that of a place loses its bracket, and the engine does not know it.
+// A longer name is cut, as it has always been: that of a place loses its bracket.
 void addEventLine(HWND dialog)
 {
     wchar_t name[eventCapacity] = L"";
@@ -505,7 +505,7 @@ int profileOfName(const wchar_t *name)
 }
 
 // A line is known as an event's by its parameter. One whose name begins with a digit is taken for days, and only this
-// number of it is stored; so it has always been, and the engine expects no other names.
+// number of it is stored; so it has always been.
 bool storeLine(const Line &line, ScheduleText &text)
 {
     const wchar_t *when = line.cells[2];
